@@ -1,0 +1,1 @@
+#include "app/CodeColors.h"

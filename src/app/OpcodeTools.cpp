@@ -1,0 +1,1 @@
+#include "app/OpcodeTools.h"

@@ -1,0 +1,1 @@
+#include "language/InstructionSet.h"

@@ -1,0 +1,1 @@
+#include "language/Lexer.h"

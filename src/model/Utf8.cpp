@@ -1,0 +1,1 @@
+#include "model/Utf8.h"

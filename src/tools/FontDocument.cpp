@@ -1,0 +1,1 @@
+#include "tools/FontDocument.h"

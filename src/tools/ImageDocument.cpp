@@ -1,0 +1,1 @@
+#include "tools/ImageDocument.h"

@@ -1,0 +1,1 @@
+// The shared test support; its precompiled header serves every test.
