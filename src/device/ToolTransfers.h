@@ -38,6 +38,9 @@ FontSlot parseFontSlot(const Bytes& answer, int slot);
 /// Sends a font plan or deletion; rules of `sendImage`.
 void sendFont(const std::vector<FontPacket>& packets, const Send& send);
 
+/// Whether `request` has the form of a settings write, allowed or not: 0x01, number, value.
+bool isSettingsWrite(const Bytes& request);
+
 /// Reads all settings (request 0x00) or writes one (0x01, number, value) and gives the record that
 /// the board confirmed. A bad request is refused before anything is sent. Throws
 /// std::runtime_error.
