@@ -2,23 +2,17 @@
 
 #include "base/Bytes.h"
 #include "device/ChipUpload.h"
+#include "device/ConnectionTimings.h"
 #include "device/SerialEvent.h"
 #include "tools/FontUploadPlan.h"
 #include "tools/ImageUploadPlan.h"
 
-#include <chrono>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 namespace pivex {
-
-/// The waits of one connection.
-struct ConnectionTimings {
-    std::chrono::milliseconds settle{1000}; ///< between opening the port and the first request
-    std::chrono::milliseconds answer{3000}; ///< from a request's write to its matching answer
-};
 
 /// What the GUI thread and the worker share: request slots and event queue under one mutex.
 class SerialMailbox;

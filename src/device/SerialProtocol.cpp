@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 #include <utility>
 
 namespace pivex {
@@ -110,6 +111,20 @@ bool decodePacket(const Bytes& frame, Bytes& out) {
     }
     out = std::move(packet);
     return complete;
+}
+
+std::optional<Bytes> FrameReceiver::take(std::uint8_t byte, std::uint8_t sequence) {
+    if (byte != 0) {
+        frame.push_back(byte);
+        if (frame.size() > maxFrameBytes) {
+            throw std::runtime_error("Oversized serial frame.");
+        }
+        return std::nullopt;
+    }
+    Bytes packet;
+    const bool matches = decodePacket(frame, packet) && packet[1] == sequence;
+    frame.clear();
+    return matches ? std::optional(std::move(packet)) : std::nullopt;
 }
 
 } // namespace pivex
