@@ -1,6 +1,8 @@
 #include "base/Text.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <limits>
 
 namespace pivex {
@@ -11,16 +13,12 @@ char lowerLetter(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-char upperLetter(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
-
 /// The value of one digit, or something above every base for any other byte.
 unsigned digitValue(char c) {
     if (c >= '0' && c <= '9') {
         return static_cast<unsigned>(c - '0');
     }
-    const char letter = upperLetter(c);
+    const char letter = asciiUpper(c);
     return letter >= 'A' && letter <= 'F' ? static_cast<unsigned>(letter - 'A') + 10 : 255;
 }
 
@@ -42,7 +40,7 @@ std::string asciiLower(std::string_view text) {
 
 std::string asciiUpper(std::string_view text) {
     std::string upper(text);
-    std::ranges::transform(upper, upper.begin(), upperLetter);
+    std::ranges::transform(upper, upper.begin(), [](char c) { return asciiUpper(c); });
     return upper;
 }
 
@@ -51,10 +49,11 @@ std::optional<std::uint64_t> parseDigits(std::string_view digits, unsigned base,
     if (digits.empty()) {
         return std::nullopt;
     }
+    const std::uint64_t lastThatGrows = limit / base;
     std::uint64_t value = 0;
     for (const char c : digits) {
         const unsigned digit = digitValue(c);
-        if (digit >= base || digit > limit || value > (limit - digit) / base) {
+        if (digit >= base || value > lastThatGrows || digit > limit - value * base) {
             return std::nullopt;
         }
         value = value * base + digit;
@@ -76,12 +75,13 @@ std::optional<std::int32_t> parseInt32(std::string_view text, std::string_view s
 }
 
 std::string upperHex(std::uint32_t value) {
-    std::string digits;
+    std::array<char, 8> digits{};
+    std::size_t first = digits.size();
     do {
-        digits.insert(digits.begin(), "0123456789ABCDEF"[value % 16]);
+        digits[--first] = "0123456789ABCDEF"[value % 16];
         value /= 16;
     } while (value != 0);
-    return digits;
+    return {digits.begin() + first, digits.end()};
 }
 
 } // namespace pivex

@@ -10,6 +10,11 @@ namespace pivex {
 /// `text` without leading and trailing bytes that occur in `blanks`.
 std::string_view trimmed(std::string_view text, std::string_view blanks);
 
+/// `c` in upper case if it is an ASCII letter; any other byte unchanged.
+constexpr char asciiUpper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
 /// `text` with the ASCII letters A to Z in lower case; other bytes unchanged.
 std::string asciiLower(std::string_view text);
 

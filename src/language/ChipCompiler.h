@@ -4,6 +4,7 @@
 #include "model/ChipDocument.h"
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -53,5 +54,8 @@ std::vector<GutterLine> instructionGutter(std::string_view code, std::int32_t pi
 /// The instruction number to show for source line `line` of `code`: its own, else the next one's,
 /// else the last one's, else 1. A line below 1 is returned as it is.
 std::int32_t diagnosticInstructionLine(std::string_view code, std::int32_t line, std::int32_t pins);
+
+/// The same from a gutter that is at hand: the way for many diagnostics of one text.
+std::int32_t diagnosticInstructionLine(std::span<const GutterLine> gutter, std::int32_t line);
 
 } // namespace pivex

@@ -1,1 +1,76 @@
 #include "language/ChipCompiler.h"
+#include "language/Statements.h"
+
+#include <algorithm>
+
+namespace pivex {
+
+namespace {
+
+/// An unclosed block is reported where it opens, which is a sound line by itself.
+bool marksLine(const CodeDiagnostic& diagnostic) {
+    return !diagnostic.message.starts_with("Unclosed ");
+}
+
+/// The sorted lines that have a diagnostic worth a mark.
+std::vector<std::int32_t> faultyLines(const std::vector<CodeDiagnostic>& diagnostics) {
+    std::vector<std::int32_t> lines;
+    for (const CodeDiagnostic& diagnostic : diagnostics) {
+        if (marksLine(diagnostic)) {
+            lines.push_back(diagnostic.line);
+        }
+    }
+    return lines;
+}
+
+void fillGutter(std::span<const Statement> statements, std::span<const std::int32_t> faulty,
+                std::vector<GutterLine>& gutter) {
+    std::size_t number = 0;
+    for (const Statement& statement : statements) {
+        if (statement.kind == StatementKind::dim) {
+            continue;
+        }
+        GutterLine& entry = gutter[statement.line.line - 1];
+        if (statement.isInstruction()) {
+            entry.text = std::to_string(++number);
+        }
+        entry.hasError =
+            std::ranges::binary_search(faulty, static_cast<std::int32_t>(statement.line.line));
+    }
+}
+
+} // namespace
+
+std::vector<GutterLine> instructionGutter(std::string_view code, std::int32_t pins) {
+    std::vector<GutterLine> gutter(sourceLineCount(code));
+    try {
+        const LineList lines = tokenize(code);
+        const std::vector<Statement> statements = statementsOf(lines);
+        fillGutter(statements, faultyLines(checkStatements(statements, pins)), gutter);
+    } catch (const Error& error) {
+        gutter[static_cast<std::size_t>(error.line - 1)].hasError = true;
+    }
+    return gutter;
+}
+
+std::int32_t diagnosticInstructionLine(std::span<const GutterLine> gutter, std::int32_t line) {
+    if (line < 1) {
+        return line;
+    }
+    const auto isNumbered = [](const GutterLine& entry) { return !entry.text.empty(); };
+    const auto at = std::min(static_cast<std::size_t>(line - 1), gutter.size());
+    const auto after = gutter.subspan(at);
+    if (const auto next = std::ranges::find_if(after, isNumbered); next != after.end()) {
+        return std::stoi(next->text);
+    }
+    const auto before = gutter.first(at);
+    const auto last = std::find_if(before.rbegin(), before.rend(), isNumbered);
+    return last != before.rend() ? std::stoi(last->text) : 1;
+}
+
+std::int32_t diagnosticInstructionLine(std::string_view code, std::int32_t line,
+                                       std::int32_t pins) {
+    return diagnosticInstructionLine(instructionGutter(code, pins), line);
+}
+
+} // namespace pivex
