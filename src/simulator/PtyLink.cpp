@@ -53,13 +53,6 @@ timespec timespecOf(microseconds duration) {
 
 } // namespace
 
-void FileDescriptor::reset(int next) {
-    if (number >= 0) {
-        ::close(number);
-    }
-    number = next;
-}
-
 PtyLink::PtyLink() {
     master.reset(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
     if (master.get() < 0) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Bytes.h"
+#include "simulator/FileDescriptor.h"
 
 #include <atomic>
 #include <chrono>
@@ -12,27 +13,6 @@
 #include <string>
 
 namespace pivex {
-
-/// One open file descriptor, closed with its owner.
-class FileDescriptor {
-public:
-    FileDescriptor() = default;
-
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-    ~FileDescriptor() { close(); }
-
-    int get() const { return number; }
-
-    /// Closes what is open and takes `next` over.
-    void reset(int next);
-
-    void close() { reset(-1); }
-
-private:
-    int number = -1;
-};
 
 /// Damage to one byte of the stream between program and board.
 struct LineFault {
