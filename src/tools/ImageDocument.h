@@ -41,6 +41,9 @@ struct ImageDocument {
     bool operator==(const ImageDocument&) const = default;
 };
 
+/// Throws std::runtime_error with the sentence to show unless the size is 1-160 by 1-128.
+void checkImageSize(std::int32_t width, std::int32_t height);
+
 /// The pixels that `rle` stands for. Throws std::runtime_error for a size outside 1-160 by 1-128,
 /// incomplete or empty runs, and too many or too few pixels.
 Pixels decompressImage(std::span<const std::uint8_t> rle, std::int32_t width, std::int32_t height);

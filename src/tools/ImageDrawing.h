@@ -41,11 +41,11 @@ public:
     std::vector<ImageDocument> history; ///< undo snapshots, oldest first
 
 private:
-    void plot(int x, int y, std::uint16_t color);
+    void plot(std::int64_t x, std::int64_t y, std::uint16_t color);
     void fill(int x, int y, std::uint16_t color);
     void drawShape(ImageTool tool, int x, int y, std::uint16_t color);
 
-    Pixels base;
+    Pixels base; ///< pixels as they were when the gesture began
     int anchorX = -1;
     int anchorY = -1;
     bool active = false;

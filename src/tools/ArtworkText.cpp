@@ -1,0 +1,45 @@
+#include "tools/ArtworkText.h"
+
+#include "base/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+namespace pivex {
+
+std::string_view withoutByteOrderMark(std::string_view text) {
+    constexpr std::string_view mark = "\xEF\xBB\xBF";
+    return text.starts_with(mark) ? text.substr(mark.size()) : text;
+}
+
+std::string_view takeLine(std::string_view& rest) {
+    const std::string_view line = rest.substr(0, rest.find('\n'));
+    rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    return line;
+}
+
+std::string_view takeToken(std::string_view& rest) {
+    constexpr std::string_view whiteSpace = " \t\n\v\f\r";
+    rest.remove_prefix(std::min(rest.find_first_not_of(whiteSpace), rest.size()));
+    const std::string_view token = rest.substr(0, rest.find_first_of(whiteSpace));
+    rest.remove_prefix(token.size());
+    return token;
+}
+
+std::optional<KeyLine> keyLine(std::string_view line) {
+    const std::size_t equals = line.find('=');
+    if (equals == line.npos) {
+        return std::nullopt;
+    }
+    return KeyLine{asciiLower(trimmed(line.substr(0, equals), artworkBlanks)),
+                   trimmed(line.substr(equals + 1), artworkBlanks)};
+}
+
+void appendDecimal(std::string& text, std::int64_t value) {
+    std::array<char, 20> digits{};
+    const auto [end, error] = std::to_chars(digits.begin(), digits.end(), value);
+    text.append(digits.begin(), end);
+}
+
+} // namespace pivex
