@@ -16,7 +16,9 @@ struct ColorSpan {
     bool operator==(const ColorSpan&) const = default;
 };
 
-/// The coloured stretches of `line`, from left to right.
+/// The coloured stretches of `line`, from left to right: comments; the first word, as an opcode or
+/// as an error; later words that begin with "#R", as a register or as an error. Case does not
+/// matter. White space is what the C library's locale says it is.
 std::vector<ColorSpan> codeColors(std::u32string_view line);
 
 } // namespace pivex

@@ -24,7 +24,7 @@ enum class ToolArgKind {
 struct ToolArg {
     std::string_view label;
     ToolArgKind kind = ToolArgKind::value;
-    std::string_view defaultText;
+    std::string_view defaultText = "0"; ///< what the dialog's field holds at first
 };
 
 /// One entry of the Insert Code column.
@@ -35,11 +35,13 @@ struct OpcodeTool {
     std::span<const ToolArg> args;
 };
 
-/// The 73 tools in menu order, the tools of a category side by side.
+/// The 73 tools in menu order, the tools of a category side by side. Their texts and argument
+/// lists live as long as the program, so a copied tool stays valid.
 extern const std::span<const OpcodeTool> opcodeTools;
 
 /// The instruction line of `tool` with the argument texts `texts`, without line break. Throws
-/// std::runtime_error when their number differs or one is not a single token.
+/// std::runtime_error when their number differs, else when one is empty or holds a space, a tab, a
+/// line break or the start of a comment. The values themselves are left to the compiler.
 std::string toolInstruction(const OpcodeTool& tool, const std::vector<std::string>& texts);
 
 } // namespace pivex
