@@ -302,7 +302,7 @@ BoardAnswer BoardModel::artworkPacket(Command command, const Bytes& payload) {
 }
 
 BoardAnswer BoardModel::artworkCommit(Command command, const Bytes& payload) {
-    if (const BoardAnswer taken = artworkPacket(command, payload);
+    if (BoardAnswer taken = artworkPacket(command, payload);
         taken.code != Response::ToolAccepted) {
         return taken;
     }

@@ -91,7 +91,11 @@ void PtyLink::read(Bytes& buffer) {
     ioctl(farEnd.get(), TIOCNXCL);
     std::array<std::uint8_t, 4096> chunk{};
     const ssize_t count = ::read(master.get(), chunk.data(), chunk.size());
+    if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
+        return;
+    }
     if (count <= 0) {
+        hangUp();
         return;
     }
     const Passed passed = pass(LineFault::Direction::Request,

@@ -77,12 +77,13 @@ constexpr std::array inverterTest{
     Instruction{setIn, {2}},
     Instruction{loadRegister, {0, 1}},
     Instruction{loop, {10}},
-    Instruction{call, {11}},
+    Instruction{call, {12}},
     Instruction{ifBlock, {notEqual, register1, 1}},
     Instruction{loadRegister, {0, 0}},
     Instruction{endIf},
     Instruction{endLoop},
     Instruction{passFail, {register0}},
+    Instruction{endTest},
     Instruction{function, {0x56495244, 0x45}},
     Instruction{setPin, {1, 1}},
     Instruction{delayMs, {1}},
@@ -90,7 +91,6 @@ constexpr std::array inverterTest{
     Instruction{delayMs, {1}},
     Instruction{readPin, {2, 1}},
     Instruction{endFunction},
-    Instruction{endTest},
 };
 
 /// Greets on the display, shows image 14 and blinks until a button is pressed.
@@ -106,6 +106,8 @@ constexpr std::array displayTest{
     Instruction{ledOff},
     Instruction{delayMs, {250}},
     Instruction{endLoop},
+    Instruction{showString, {7, 8, 104}},
+    Instruction{updateScreen},
     Instruction{waitButton, {0}},
     Instruction{endTest},
 };

@@ -40,7 +40,7 @@ Packets chipPackets(std::string_view name = "NAND") {
     metadata[38] = 80;
     metadata[40] = 2;
     strings[0] = 'a';
-    strings[5 * 64] = 'b';
+    strings[320] = 'b';
     Packets packets{{Command::UploadMetadata, metadata}, {Command::UploadStringsStart, {}}};
     addPieces(packets, Command::UploadStringChunk, strings, 63);
     packets.emplace_back(Command::UploadStringsDone, Bytes{});
@@ -359,7 +359,7 @@ private Q_SLOTS:
         saveStorage(path, storage);
         QVERIFY(loadStorage(path) == storage);
         const std::string elsewhere = folder.filePath(u"no/such/folder"_s).toStdString();
-        QVERIFY_EXCEPTION_THROWN(saveStorage(elsewhere, storage), std::runtime_error);
+        QVERIFY_THROWS_EXCEPTION(std::runtime_error, saveStorage(elsewhere, storage));
         QCOMPARE(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
     }
 
@@ -370,8 +370,8 @@ private Q_SLOTS:
         for (std::size_t i = 0; i < text.size(); ++i) {
             std::string damaged = text;
             damaged[i] = static_cast<char>(damaged[i] ^ 1);
-            QVERIFY_EXCEPTION_THROWN(decodeStorage(damaged), std::runtime_error);
-            QVERIFY_EXCEPTION_THROWN(decodeStorage(text.substr(0, i)), std::runtime_error);
+            QVERIFY_THROWS_EXCEPTION(std::runtime_error, decodeStorage(damaged));
+            QVERIFY_THROWS_EXCEPTION(std::runtime_error, decodeStorage(text.substr(0, i)));
         }
     }
 
