@@ -302,8 +302,7 @@ BoardAnswer BoardModel::artworkPacket(Command command, const Bytes& payload) {
 }
 
 BoardAnswer BoardModel::artworkCommit(Command command, const Bytes& payload) {
-    if (BoardAnswer taken = artworkPacket(command, payload);
-        taken.code != Response::ToolAccepted) {
+    if (BoardAnswer taken = artworkPacket(command, payload); taken.code != Response::ToolAccepted) {
         return taken;
     }
     const ArtworkStaging artwork = std::get<ArtworkStaging>(std::exchange(staging, {}));
