@@ -128,6 +128,8 @@ void PortLink::waitForByte() {
         return;
     }
     port->clearError();
+    // A read that meets a hang-up leaves errno alone, and the port then words what stands there.
+    errno = EIO;
     QElapsedTimer timer;
     timer.start();
     const bool arrived = port->waitForReadyRead(waitTime);

@@ -1,6 +1,7 @@
 #include "device/SerialProtocol.h"
 
 #include "device/DeviceCommands.h"
+#include "support/Thrown.h"
 
 #include <QtTest/QtTest>
 
@@ -120,6 +121,34 @@ private Q_SLOTS:
         Bytes packet{1, 2};
         QVERIFY(!decodePacket(fromHex(frame), packet));
         QVERIFY(packet.empty());
+    }
+
+    void receiverSkipsWhatIsNotTheAnswer() {
+        FrameReceiver receiver;
+        Bytes line = encodePacket(0xE0, 1, {0x41});
+        for (const Bytes& next : {Bytes{7, 0, 0}, encodePacket(0xE0, 3, {}), Bytes{0}}) {
+            line.insert(line.end(), next.begin(), next.end());
+        }
+        const auto answersAt = [&](std::uint8_t sequence) {
+            QList<std::size_t> places;
+            for (std::size_t i = 0; i < line.size(); ++i) {
+                if (receiver.take(line[i], sequence)) {
+                    places.append(i);
+                }
+            }
+            return places;
+        };
+        QCOMPARE(answersAt(1), QList<std::size_t>{5});
+        QCOMPARE(answersAt(3), QList<std::size_t>{line.size() - 2});
+        QCOMPARE(answersAt(2), QList<std::size_t>{});
+    }
+
+    void receiverHolds4096Bytes() {
+        FrameReceiver receiver;
+        for (int i = 0; i < 4096; ++i) {
+            QVERIFY(!receiver.take(0xFF, 0));
+        }
+        QCOMPARE(thrownText([&] { receiver.take(0xFF, 0); }), "Oversized serial frame.");
     }
 
     void everyByteIsACommandOrNot() {
