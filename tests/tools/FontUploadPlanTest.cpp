@@ -37,53 +37,35 @@ private Q_SLOTS:
         }
     }
 
-    /// Every row has the faults of the later checks too, so that the order shows.
-    void refusesInOrder_data() {
-        QTest::addColumn<int>("slot");
-        QTest::addColumn<int>("width");
-        QTest::addColumn<int>("height");
-        QTest::addColumn<int>("columns");
-        QTest::addColumn<QByteArray>("name");
-        QTest::addColumn<QByteArray>("message");
-        const auto row = [](int slot, int width, int height, int columns, const QByteArray& name,
-                            const char* message) {
-            QTest::addRow("%d %d %d %d %s", slot, width, height, columns,
-                          name.toPercentEncoding().constData())
-                << slot << width << height << columns << name << QByteArray(message);
-        };
-        const char* limits = "Font dimensions or slot exceed PCB limits.";
-        const char* name = "PCB font name must be 1 through 31 UTF-8 bytes, on one line.";
-        row(6, 1, 3, 1, "", limits);
-        row(-1, 1, 3, 1, "", limits);
-        row(0, 0, 3, 1, "", limits);
-        row(0, 256, 3, 256, "", limits);
-        row(0, 1, 0, 1, "", limits);
-        row(0, 1, 9, 1, "", limits);
-        row(0, 1, 3, 0, "", limits);
-        row(0, 4, 3, 10, "", limits);
-        row(0, 1, 3, 256, "", limits);
-        row(0, 255, 3, 65536, "", limits);
-        row(0, 1, 3, 1, "", name);
-        row(0, 1, 3, 1, " \t", name);
-        row(0, 1, 3, 1, "a\nb", name);
-        row(0, 1, 3, 1, "a\r", name);
-        row(0, 1, 3, 1, QByteArray("a\0", 2), name);
-        row(0, 1, 3, 1, "x" + QByteArray(31, ' '), name);
-        row(0, 1, 3, 255, "x" + QByteArray(30, ' '), "Font column exceeds its height.");
-        row(5, 1, 7, 1, "x", "");
-    }
-
+    /// Every case has the faults of all later checks too, so that the order shows.
     void refusesInOrder() {
-        QFETCH(int, slot);
-        QFETCH(int, width);
-        QFETCH(int, height);
-        QFETCH(int, columns);
-        QFETCH(QByteArray, name);
-        FontDocument font{name.toStdString(), width, height, Bytes(static_cast<unsigned>(columns))};
-        if (columns > 0) {
-            font.columns.back() = 8;
+        const auto refusal = [](int slot, int width, int height, unsigned columns,
+                                const QByteArray& name) {
+            const FontDocument font{name.toStdString(), width, height, Bytes(columns, 8)};
+            return thrownText([&] { fontUploadPlan(font, slot); });
+        };
+
+        struct Dimensions {
+            int slot, width, height;
+            unsigned columns;
+        };
+
+        for (const auto& [slot, width, height, columns] :
+             {Dimensions{-1, 1, 3, 1}, Dimensions{6, 1, 3, 1}, Dimensions{0, 0, 3, 1},
+              Dimensions{0, 256, 3, 256}, Dimensions{0, 1, 0, 1}, Dimensions{0, 1, 9, 1},
+              Dimensions{0, 1, 3, 0}, Dimensions{0, 4, 3, 10}, Dimensions{0, 1, 3, 256}}) {
+            QCOMPARE(refusal(slot, width, height, columns, ""),
+                     "Font dimensions or slot exceed PCB limits.");
         }
-        QTEST(thrownText([&] { fontUploadPlan(font, slot); }), "message");
+        for (const QByteArray& name :
+             {QByteArray(), QByteArray(" \t"), QByteArray("a\nb"), QByteArray("a\r"),
+              QByteArray("a\0", 2), "x" + QByteArray(31, ' ')}) {
+            QCOMPARE(refusal(0, 1, 3, 1, name),
+                     "PCB font name must be 1 through 31 UTF-8 bytes, on one line.");
+        }
+        QCOMPARE(refusal(0, 1, 3, 255, "x" + QByteArray(30, ' ')),
+                 "Font column exceeds its height.");
+        QCOMPARE(refusal(5, 1, 4, 255, "x"), "");
     }
 };
 

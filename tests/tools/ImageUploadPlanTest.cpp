@@ -27,14 +27,13 @@ class ImageUploadPlanTest : public QObject {
 
 private Q_SLOTS:
 
-    void plansEveryByte() {
-        ImageDocument image = newImage("Dot", 2, 1);
-        image.pixels = {0xF800, 0x001F};
+    void plansEveryByteAndTheNameAsStored() {
+        ImageDocument image{"x" + std::string(30, ' '), 2, 1, {0xF800, 0x001F}, {}};
         image.rebuild();
-        const auto plan = imageUploadPlan(image, 239);
-        QCOMPARE(packetText(plan), "a0 8000, ec ef00, a1 0000446f74" + zeros(29) + "020106000000" +
-                                       zeros(8) + ", a1 " + zeros(48) + ", a1 " + zeros(32) +
-                                       ", a2!, a3 0600, a4 01f80001001f, a5!");
+        QCOMPARE(packetText(imageUploadPlan(image, 239)),
+                 "a0 8000, ec ef00, a1 000078" + QByteArray("20").repeated(30) + "00020106000000" +
+                     zeros(8) + ", a1 " + zeros(48) + ", a1 " + zeros(32) +
+                     ", a2!, a3 0600, a4 01f80001001f, a5!");
     }
 
     void cutsDataAtEveryLength() {
@@ -47,61 +46,30 @@ private Q_SLOTS:
         }
     }
 
-    void sendsTheStoredName() {
-        ImageDocument image = withRuns(1);
-        image.name = "x" + std::string(30, ' ');
-        const Bytes metadata = joined(imageUploadPlan(image, 1), Command::ImageMetadataChunk);
-        QCOMPARE(std::string(metadata.begin() + 2, metadata.begin() + 34), image.name + '\0');
-        image.name += ' ';
-        QVERIFY(!thrownText([&] { imageUploadPlan(image, 1); }).isEmpty());
-    }
-
-    /// Every row has the faults of all later checks too, so that the order shows.
-    void refusesInOrder_data() {
-        QTest::addColumn<int>("slot");
-        QTest::addColumn<int>("width");
-        QTest::addColumn<QByteArray>("name");
-        QTest::addColumn<int>("runs");
-        QTest::addColumn<QByteArray>("message");
-        const auto row = [](int slot, int width, const QByteArray& name, int runs,
-                            const char* message) {
-            QTest::addRow("%d %d %d %s", slot, width, runs, name.toPercentEncoding().constData())
-                << slot << width << name << runs << QByteArray(message);
-        };
-        const char* slots = "Image slot must be 1-239. Slot zero is reserved.";
-        const char* name = "PCB image name must be 1-31 UTF-8 bytes on one line.";
-        row(0, 161, "", 1366, slots);
-        row(240, 161, "", 1366, slots);
-        row(-1, 161, "", 1366, slots);
-        row(1, 161, "", 1366, "Image size must be 1-160 wide and 1-128 high.");
-        row(1, 160, "", 1366, name);
-        row(1, 160, " \t", 1366, name);
-        row(1, 160, "a\nb", 1366, name);
-        row(1, 160, "a\r", 1366, name);
-        row(1, 160, QByteArray("a\0", 2), 1366, name);
-        row(1, 160, QByteArray(32, 'x'), 1366, name);
-        row(1, 160, "x", 1366,
-            "Compressed image exceeds 4096 bytes. Simplify the artwork before uploading.");
-        row(1, 159, "x", 1365, "Invalid image run length or expanded size.");
-    }
-
+    /// Every case has the faults of all later checks too, so that the order shows.
     void refusesInOrder() {
-        QFETCH(int, slot);
-        QFETCH(int, width);
-        QFETCH(QByteArray, name);
-        QFETCH(int, runs);
-        ImageDocument image = withRuns(runs);
-        image.width = width;
-        image.name = name.toStdString();
-        image.pixels[0] = 1;
-        QTEST(thrownText([&] { imageUploadPlan(image, slot); }), "message");
-    }
-
-    void refusesPixelsThatDisagree() {
-        ImageDocument image = withRuns(1);
-        image.pixels.back() = 1;
-        QCOMPARE(thrownText([&] { imageUploadPlan(image, 1); }),
-                 "Image pixels and compressed data do not agree.");
+        const auto refusal = [](int slot, int width, const QByteArray& name, int runs) {
+            ImageDocument image = withRuns(runs);
+            image.width = width;
+            image.name = name.toStdString();
+            image.pixels[0] = 1;
+            return thrownText([&] { imageUploadPlan(image, slot); });
+        };
+        for (const int slot : {-1, 0, 240}) {
+            QCOMPARE(refusal(slot, 161, "", 1366),
+                     "Image slot must be 1-239. Slot zero is reserved.");
+        }
+        QCOMPARE(refusal(1, 161, "", 1366), "Image size must be 1-160 wide and 1-128 high.");
+        for (const QByteArray& name :
+             {QByteArray(), QByteArray(" \t"), QByteArray("a\nb"), QByteArray("a\r"),
+              QByteArray("a\0", 2), QByteArray(32, 'x'), "x" + QByteArray(31, ' ')}) {
+            QCOMPARE(refusal(1, 160, name, 1366),
+                     "PCB image name must be 1-31 UTF-8 bytes on one line.");
+        }
+        QCOMPARE(refusal(1, 160, "x", 1366),
+                 "Compressed image exceeds 4096 bytes. Simplify the artwork before uploading.");
+        QCOMPARE(refusal(1, 159, "x", 1365), "Invalid image run length or expanded size.");
+        QCOMPARE(refusal(1, 160, "x", 1365), "Image pixels and compressed data do not agree.");
     }
 };
 
