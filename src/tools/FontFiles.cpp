@@ -1,0 +1,27 @@
+#include "tools/FontFiles.h"
+
+#include "model/Utf8.h"
+#include "tools/FileAccess.h"
+
+#include <stdexcept>
+#include <string>
+
+namespace pivex {
+
+FontDocument readFontFile(const QString& path) {
+    const std::string text =
+        readFileBytes(path, FileLimit{maxFontFileBytes, "Font file is too large (maximum 4 MB)."});
+    if (!isUtf8(text)) {
+        throw std::runtime_error("Font file is not valid UTF-8.");
+    }
+    return parseFont(text);
+}
+
+void writeFontFile(const QString& path, const FontDocument& font) {
+    const std::string text = font.text();
+    // A file that could not be opened again must never replace one that can.
+    parseFont(text);
+    writeFileAtomically(path, text);
+}
+
+} // namespace pivex

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QPlainTextEdit>
+#include <QString>
+
+namespace pivex {
+
+/// A read-only, unwrapped view in the fixed-pitch system font of a text that grows to megabytes
+/// and changes by a few characters at a time.
+class TextPane : public QPlainTextEdit {
+public:
+    explicit TextPane(QWidget* parent = nullptr);
+
+    /// Shows another text from its top.
+    void replaceText(const QString& text);
+
+    /// Shows the text's next state by writing only the range that differs. The scroll position
+    /// stays.
+    void amendText(const QString& text);
+
+private:
+    QString shown; ///< equal to the document, which is slow to ask for its text
+};
+
+} // namespace pivex
