@@ -41,23 +41,15 @@ private:
         diagnostics.push_back({static_cast<std::int32_t>(line), std::move(message)});
     }
 
+    /// Notes what `check` throws; `argument` is the number of the argument that it reads, if any.
     template<typename Check>
-    void attempt(const Check& check) {
+    void attempt(const Check& check, std::size_t argument = 0) {
         try {
             check();
         } catch (const Error& error) {
-            diagnostics.push_back({error.line, error.message});
-        }
-    }
-
-    /// `check` reads the argument with this index; the message says which one failed.
-    template<typename Check>
-    void attemptArgument(std::size_t index, const Check& check) {
-        try {
-            check();
-        } catch (const Error& error) {
-            diagnostics.push_back(
-                {error.line, "Argument " + std::to_string(index + 1) + ": " + error.message});
+            const std::string place =
+                argument == 0 ? "" : "Argument " + std::to_string(argument) + ": ";
+            diagnostics.push_back({error.line, place + error.message});
         }
     }
 
@@ -92,7 +84,7 @@ private:
             note(statement.line.line, "Raw opcodes accept at most three arguments.");
         }
         for (std::size_t index = 0; index < std::min(words.size(), maxArguments); ++index) {
-            attemptArgument(index, [&] { valueOf(words[index], dims, statement.line.line); });
+            attempt([&] { valueOf(words[index], dims, statement.line.line); }, index + 1);
         }
     }
 
@@ -110,12 +102,13 @@ private:
     }
 
     void checkArguments(const Statement& statement) {
-        std::size_t index = 0;
-        for (const std::string_view word : statement.arguments()) {
-            attemptArgument(index, [&] {
-                argumentWord(*statement.definition, index, word, dims, pins, statement.line.line);
-            });
-            ++index;
+        const auto words = statement.arguments();
+        for (std::size_t index = 0; index < words.size(); ++index) {
+            const auto check = [&] {
+                argumentWord(*statement.definition, index, words[index], dims, pins,
+                             statement.line.line);
+            };
+            attempt(check, index + 1);
         }
     }
 

@@ -114,6 +114,7 @@ private Q_SLOTS:
             {"ALLDIR 0 #R1", literal},
             {"REGINC 32", slot},
             {"DEF8 32 0 0", slot},
+            {"BRD_GET_RSLT 0 64", slot},
             {"DEFADDR 7 0 0", group},
             {"DEFADDR 32 0 0", group},
             {"BRD_GET_RSLT 64 0", "1: Result slot must be from 0 through 63."},
