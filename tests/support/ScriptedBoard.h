@@ -15,62 +15,55 @@ inline Bytes fromHex(const QByteArray& hex) {
 }
 
 inline QByteArray toHex(const Bytes& bytes) {
-    return QByteArray(reinterpret_cast<const char*>(bytes.data()),
-                      static_cast<qsizetype>(bytes.size()))
-        .toHex();
+    return QByteArray::fromStdString({bytes.begin(), bytes.end()}).toHex();
 }
 
 /// A board whose answers are written down and that notes what it was asked.
 class ScriptedBoard {
 public:
     /// `script` holds the answers in their order, separated by commas: response code and payload
-    /// in hexadecimal, "*N" behind an answer that comes N times. When they run out, a request
-    /// fails with "no answer".
+    /// in hexadecimal words, "00x9" for nine zeros, and "*N" behind an answer that comes N times.
+    /// When they run out, a request fails with "no answer".
     explicit ScriptedBoard(const QByteArray& script) {
-        for (const QByteArray& entry : script.isEmpty() ? QByteArrayList() : script.split(',')) {
+        for (const QByteArray& entry : script.simplified().split(',')) {
             const QByteArrayList parts = entry.split('*');
-            for (int i = 0; i < (parts.size() > 1 ? parts[1].toInt() : 1); ++i) {
-                answers.append(parts[0]);
+            QByteArray answer;
+            for (const QByteArray& word : parts[0].split(' ')) {
+                answer += word.contains('x') ? word.first(2).repeated(word.mid(3).toInt()) : word;
             }
+            answers.append(QByteArrayList(parts.size() > 1 ? parts[1].toInt() : 1, answer));
         }
+        answers.removeAll(QByteArray());
     }
 
     Query query() {
         return [this](Command command, Response expected, const Bytes& payload) {
-            return answer(command, expected, payload);
+            requests.append(toHex({static_cast<std::uint8_t>(command)}) + toHex(payload));
+            if (answers.isEmpty()) {
+                throw std::runtime_error("no answer");
+            }
+            Bytes packet = fromHex(answers.takeFirst());
+            packet.insert(packet.begin() + 1, 0);
+            if (expected != Response::Any && Response{packet[0]} != expected) {
+                throw std::runtime_error("Unexpected PCB response: " + std::to_string(packet[0]));
+            }
+            return packet;
         };
     }
 
-    Send send() { return sendThrough(query()); }
-
-    /// The requests so far in the same notation, repetitions in a row counted.
+    /// The requests so far, separated by commas, repetitions in a row counted.
     QByteArray sent() const {
         QByteArrayList runs;
         for (qsizetype i = 0, next = 0; i < requests.size(); i = next) {
-            for (next = i; next < requests.size() && requests[next] == requests[i]; ++next) {
+            while (next < requests.size() && requests[next] == requests[i]) {
+                ++next;
             }
-            runs.append(next - i > 1 ? requests[i] + '*' + QByteArray::number(next - i)
-                                     : requests[i]);
+            runs.append(requests[i] + (next - i > 1 ? '*' + QByteArray::number(next - i) : ""));
         }
         return runs.join(',');
     }
 
 private:
-    Bytes answer(Command command, Response expected, const Bytes& payload) {
-        Bytes request{static_cast<std::uint8_t>(command)};
-        request.insert(request.end(), payload.begin(), payload.end());
-        requests.append(toHex(request));
-        if (answers.isEmpty()) {
-            throw std::runtime_error("no answer");
-        }
-        Bytes packet = fromHex(answers.takeFirst());
-        packet.insert(packet.begin() + 1, 0);
-        if (expected != Response::Any && packet[0] != static_cast<unsigned>(expected)) {
-            throw std::runtime_error("Unexpected PCB response: " + std::to_string(packet[0]));
-        }
-        return packet;
-    }
-
     QByteArrayList answers;
     QByteArrayList requests;
 };
