@@ -1,1 +1,180 @@
 #include "tools/ImageCanvas.h"
+
+#include <QImage>
+#include <QMouseEvent>
+#include <QPaintEvent>
+#include <QPainter>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace pivex {
+
+namespace {
+
+/// The grid is only drawn where it leaves at least two of three screen pixels of each image pixel.
+constexpr int minGridZoom = 3;
+
+constexpr QColor gridColor(0, 0, 0, 45);
+
+constexpr QRgb widened(std::uint16_t value) {
+    return qRgb((value >> 11) * 255 / 31, (value >> 5 & 63) * 255 / 63, (value & 31) * 255 / 31);
+}
+
+QImage screenImage(const ImageDocument& image) {
+    QImage screen(image.width, image.height, QImage::Format_RGB32);
+    const std::uint16_t* row = image.pixels.data();
+    for (int y = 0; y < image.height; ++y, row += image.width) {
+        std::transform(row, row + image.width, reinterpret_cast<QRgb*>(screen.scanLine(y)),
+                       widened);
+    }
+    return screen;
+}
+
+void drawGrid(QPainter& painter, const ImageDocument& image, int zoom) {
+    const int right = image.width * zoom;
+    const int bottom = image.height * zoom;
+    painter.setPen(gridColor);
+    for (int x = 0; x <= right; x += zoom) {
+        painter.drawLine(x, 0, x, bottom);
+    }
+    for (int y = 0; y <= bottom; y += zoom) {
+        painter.drawLine(0, y, right, y);
+    }
+}
+
+} // namespace
+
+QColor screenColor(std::uint16_t value) {
+    return QColor::fromRgb(widened(value));
+}
+
+std::uint16_t boardColor(const QColor& color) {
+    const int red = (color.red() * 31 + 127) / 255;
+    const int green = (color.green() * 63 + 127) / 255;
+    const int blue = (color.blue() * 31 + 127) / 255;
+    return static_cast<std::uint16_t>(red << 11 | green << 5 | blue);
+}
+
+ImageCanvas::ImageCanvas(std::optional<ImageDrawing>* shown, Role role, QWidget* parent)
+    : QWidget(parent), drawing(shown), preview(role == Role::Preview) {
+    setMinimumSize(maxImageWidth, maxImageHeight);
+    setContextMenuPolicy(Qt::PreventContextMenu);
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setFocusPolicy(preview ? Qt::NoFocus : Qt::StrongFocus);
+}
+
+void ImageCanvas::finish() {
+    stroking = false;
+    if (hasImage() && (*drawing)->finish()) {
+        tellChanged();
+    }
+    update();
+}
+
+void ImageCanvas::detach() {
+    drawing = nullptr;
+    changed = nullptr;
+}
+
+QSize ImageCanvas::imageArea() const {
+    if (!hasImage()) {
+        return {maxImageWidth, maxImageHeight};
+    }
+    const ImageDocument& image = (*drawing)->document;
+    return QSize(image.width, image.height) * zoom;
+}
+
+bool ImageCanvas::hasImage() const {
+    return drawing != nullptr && drawing->has_value();
+}
+
+bool ImageCanvas::isInImage(QPointF position) const {
+    const QSize area = imageArea();
+    return position.x() >= 0 && position.x() < area.width() && position.y() >= 0 &&
+           position.y() < area.height();
+}
+
+QPoint ImageCanvas::pixelAt(QPointF position) const {
+    const ImageDocument& image = (*drawing)->document;
+    const int x = static_cast<int>(std::floor(position.x() / zoom));
+    const int y = static_cast<int>(std::floor(position.y() / zoom));
+    return {std::clamp(x, 0, image.width - 1), std::clamp(y, 0, image.height - 1)};
+}
+
+void ImageCanvas::tellChanged() {
+    if (changed) {
+        changed();
+    }
+}
+
+void ImageCanvas::mousePressEvent(QMouseEvent* event) {
+    const bool draws = event->button() == Qt::LeftButton || event->button() == Qt::RightButton;
+    if (preview || !draws || !hasImage() || !isInImage(event->position())) {
+        event->ignore();
+        return;
+    }
+    finish();
+    strokeColor = event->button() == Qt::RightButton ? rightColor : leftColor;
+    last = pixelAt(event->position());
+    (*drawing)->apply(tool, last.x(), last.y(), strokeColor);
+    update();
+    tellChanged();
+    stroking = true;
+}
+
+void ImageCanvas::mouseMoveEvent(QMouseEvent* event) {
+    if (!stroking || !hasImage() || tool == ImageTool::Fill) {
+        return;
+    }
+    const QPoint pixel = pixelAt(event->position());
+    if (pixel == last) {
+        return;
+    }
+    if (tool == ImageTool::Pencil) {
+        (*drawing)->line(last.x(), last.y(), pixel.x(), pixel.y(), strokeColor);
+    } else {
+        (*drawing)->apply(tool, pixel.x(), pixel.y(), strokeColor);
+    }
+    last = pixel;
+    update();
+    tellChanged();
+}
+
+void ImageCanvas::mouseReleaseEvent(QMouseEvent* /*event*/) {
+    if (stroking) {
+        finish();
+    }
+}
+
+void ImageCanvas::focusOutEvent(QFocusEvent* event) {
+    if (stroking) {
+        finish();
+    }
+    QWidget::focusOutEvent(event);
+}
+
+void ImageCanvas::paintEvent(QPaintEvent* event) {
+    QPainter painter(this);
+    painter.fillRect(event->rect(), Qt::black);
+    if (!hasImage()) {
+        painter.setPen(Qt::gray);
+        painter.drawText(rect(), Qt::AlignCenter, u"No image loaded"_s);
+        return;
+    }
+    const ImageDocument& image = (*drawing)->document;
+    if (preview) {
+        QRect target({}, QSize(image.width, image.height).scaled(size(), Qt::KeepAspectRatio));
+        target.moveCenter(rect().center());
+        painter.drawImage(target, screenImage(image));
+        return;
+    }
+    painter.drawImage(QRect({}, imageArea()), screenImage(image));
+    if (zoom >= minGridZoom) {
+        drawGrid(painter, image, zoom);
+    }
+}
+
+} // namespace pivex

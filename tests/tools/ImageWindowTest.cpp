@@ -1,0 +1,564 @@
+#include "tools/ImageWindow.h"
+
+#include "support/Dialogs.h"
+#include "tools/SelfChecks.h"
+
+#include <QColorDialog>
+#include <QFile>
+#include <QLabel>
+#include <QListWidget>
+#include <QPlainTextEdit>
+#include <QPointer>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QSpinBox>
+#include <QTemporaryDir>
+
+using namespace pivex;
+using namespace pivex::testing;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// An image whose every pixel is a run of its own.
+ImageDocument noisy(int width, int height) {
+    ImageDocument image = newImage("Noise", width, height);
+    for (std::size_t at = 0; at < image.pixels.size(); ++at) {
+        image.pixels[at] = static_cast<std::uint16_t>(at);
+    }
+    image.rebuild();
+    return image;
+}
+
+/// The window with a fake board that notes what it is asked.
+struct Scene {
+    QTemporaryDir folder;
+    ImageSlots known{};
+    bool ready = true;
+    QStringList calls;
+    std::vector<ImagePacket> plan;
+    Dialogs dialogs;
+    QPointer<QWidget> window = openLinuxImageWindow(nullptr, hooks(), known);
+
+    ~Scene() { delete window; }
+
+    LinuxImageHooks hooks() {
+        return {.ready = [this] { return ready; },
+                .refresh = [this] { calls << u"refresh"_s; },
+                .load = [this](int slot) { calls << u"load %1"_s.arg(slot); },
+                .save =
+                    [this](std::vector<ImagePacket> packets) {
+                        calls << u"save"_s;
+                        plan = std::move(packets);
+                    },
+                .remove = [this](int slot) { calls << u"remove %1"_s.arg(slot); }};
+    }
+
+    void push(const QString& message = {}, bool unfreeze = false) {
+        updateLinuxImageWindow(window, known, message, unfreeze);
+    }
+
+    /// Tells that `slot` was read and holds `name`, and selects it.
+    void select(int slot, const std::string& name) {
+        known[static_cast<std::size_t>(slot - 1)] = {.read = true, .name = name};
+        list().setCurrentRow(slot - 1);
+        push();
+    }
+
+    /// Gives the window an unsaved image, as if from slot 1.
+    void download(const ImageDocument& image) {
+        select(1, "Source");
+        click("loadBoardButton");
+        loadedLinuxImageWindow(window, image);
+        calls.clear();
+    }
+
+    /// Gives the window a saved image from a file.
+    QString openFile(const ImageDocument& image) {
+        QString path = write(u"image.txt"_s, QByteArray::fromStdString(image.text()));
+        dialogs.chooseFile(path);
+        click("loadFileButton");
+        return path;
+    }
+
+    QString write(const QString& name, const QByteArray& bytes) const {
+        QFile file(folder.filePath(name));
+        return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size()
+                   ? file.fileName()
+                   : QString();
+    }
+
+    void click(const char* name) { child(*window, name).click(); }
+
+    bool isEnabled(const char* name) { return child<QWidget>(*window, name).isEnabled(); }
+
+    /// Presses a shortcut; only an active window hears it, and a dialog may have been active.
+    void press(QKeySequence::StandardKey key) {
+        window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        QTest::keySequence(window, key);
+    }
+
+    QListWidget& list() { return child<QListWidget>(*window, "slotList"); }
+
+    QString row(int slot) { return list().item(slot - 1)->text(); }
+
+    QString label(const char* name) { return child<QLabel>(*window, name).text(); }
+
+    QString code() { return child<QPlainTextEdit>(*window, "codeView").toPlainText(); }
+
+    QSpinBox& box(const char* name) { return child<QSpinBox>(*window, name); }
+
+    QLineEdit& name() { return child<QLineEdit>(*window, "imageNameEdit"); }
+
+    bool isDirty() { return window->windowTitle() == u"Image Manager *"_s; }
+
+    /// Draws one pixel at the editor's starting zoom.
+    void draw(int x, int y) {
+        QTest::mouseClick(&child<QWidget>(*window, "editCanvas"), Qt::LeftButton, {},
+                          QPoint(x, y) * 6 + QPoint(3, 3));
+    }
+};
+
+constexpr const char* watched[] = {"editCanvas",      "imageNameEdit",   "widthBox",
+                                   "heightBox",       "saveAsButton",    "newButton",
+                                   "loadFileButton",  "undoButton",      "refreshButton",
+                                   "loadBoardButton", "saveBoardButton", "deleteBoardButton"};
+
+} // namespace
+
+class ImageWindowTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+
+    void startsEmpty() {
+        Scene scene;
+        QCOMPARE(scene.window->windowTitle(), u"Image Manager"_s);
+        QVERIFY(scene.window->isWindow() && scene.window->size() == QSize(1180, 740));
+        QCOMPARE(scene.label("statusLabel"), u"No image slots read yet."_s);
+        QCOMPARE(scene.label("zoomLabel"), u"6×"_s);
+        QCOMPARE(scene.label("sizeLabel"), u"0 / 4096 bytes"_s);
+        QCOMPARE(scene.code(), u"No image loaded."_s);
+        QCOMPARE(scene.list().count(), 239);
+        QCOMPARE(scene.row(7), u"007  [NOT READ]"_s);
+        QCOMPARE(scene.box("widthBox").value(), 160);
+        QCOMPARE(scene.box("heightBox").value(), 128);
+    }
+
+    void controls_data() {
+        QTest::addColumn<QString>("setup");
+        QTest::addColumn<QString>("expected"); // "1" where the control of `watched` is enabled
+        // Setup: i image, o over-size image, u undo step, b blank name, r ready, w waiting for a
+        // download, then the slot and what it holds.
+        const std::pair<const char*, const char*> rows[] = {
+            {"    15 Logo", "000001100000"}, {"r   15 Logo", "000001101101"},
+            {"r   14 Logo", "000001101100"}, {"r   15 ", "000001101000"},
+            {"i   15 Logo", "111111100000"}, {"ri  15 Logo", "111111101111"},
+            {"ri  14 ", "111111101010"},     {"ro  15 Logo", "111111101101"},
+            {"rib 15 Logo", "111111101101"}, {"riu 1 ", "111111111010"},
+            {"riuw 15 Logo", "000000000000"}};
+        for (const auto& [setup, expected] : rows) {
+            QTest::newRow(setup) << QString::fromLatin1(setup) << QString::fromLatin1(expected);
+        }
+    }
+
+    void controls() {
+        QFETCH(const QString, setup);
+        const auto has = [&](char16_t flag) { return setup.section(u' ', 0, 0).contains(flag); };
+        Scene scene;
+        if (has(u'i') || has(u'o')) {
+            scene.download(has(u'o') ? noisy(160, 9) : newImage("Logo", 8, 8));
+        }
+        if (has(u'u')) {
+            scene.draw(1, 1);
+        }
+        if (has(u'b')) {
+            scene.name().selectAll();
+            QTest::keyClicks(&scene.name(), u" "_s);
+        }
+        const QString slot = setup.mid(4).trimmed();
+        scene.select(slot.section(u' ', 0, 0).toInt(), slot.section(u' ', 1).toStdString());
+        if (has(u'w')) {
+            scene.dialogs.answer(QMessageBox::Discard);
+            scene.click("loadBoardButton");
+        }
+        scene.ready = has(u'r');
+        scene.push();
+        QString actual;
+        for (const char* name : watched) {
+            actual += scene.isEnabled(name) ? u'1' : u'0';
+        }
+        QTEST(actual, "expected");
+    }
+
+    void pushesOnlyShow() {
+        Scene scene;
+        scene.download(noisy(20, 20));
+        scene.list().setCurrentRow(41);
+        QSignalSpy rewritten(&child<QPlainTextEdit>(*scene.window, "codeView"),
+                             &QPlainTextEdit::textChanged);
+        scene.known[0] = {.read = true, .name = {}};
+        scene.known[238] = {.read = true, .name = "<b>%1 Ω"};
+        scene.push(u"Reading <i>…"_s);
+        scene.push();
+        QCOMPARE(scene.label("statusLabel"), u"Reading <i>…"_s);
+        QCOMPARE(child<QLabel>(*scene.window, "statusLabel").textFormat(), Qt::PlainText);
+        QCOMPARE(scene.row(1), u"001  [EMPTY]"_s);
+        QCOMPARE(scene.row(239), u"239  <b>%1 Ω"_s);
+        QCOMPARE(scene.list().currentRow(), 41);
+        scene.known = {};
+        scene.push(u"Disconnected. Image slots not read."_s, true);
+        QCOMPARE(scene.row(239), u"239  [NOT READ]"_s);
+        QVERIFY(scene.isDirty());
+        QCOMPARE(rewritten.count(), 0);
+        updateLinuxImageWindow(nullptr, scene.known, u"x"_s, true);
+        loadedLinuxImageWindow(nullptr, noisy(1, 1));
+        deletedLinuxImageWindow(nullptr, 20);
+    }
+
+    void loadsFromTheBoard() {
+        Scene scene;
+        scene.openFile(newImage("Old", 4, 4));
+        loadedLinuxImageWindow(scene.window, newImage("Unasked", 4, 4));
+        QCOMPARE(scene.name().text(), u"Old"_s);
+        scene.select(3, "New");
+        scene.click("loadBoardButton");
+        QCOMPARE(scene.calls, {u"load 3"_s});
+        QCOMPARE(scene.label("statusLabel"), u"Loading image from PCB…"_s);
+        loadedLinuxImageWindow(scene.window, newImage("New", 6, 5));
+        QCOMPARE(scene.label("statusLabel"),
+                 u"Image loaded from PCB. Save As to keep a local copy."_s);
+        QVERIFY(scene.isDirty());
+        QCOMPARE(scene.name().text(), u"New"_s);
+        QCOMPARE(scene.box("heightBox").value(), 5);
+        loadedLinuxImageWindow(scene.window, newImage("Late", 4, 4));
+        QCOMPARE(scene.name().text(), u"New"_s);
+        // A failure of the transfer unlocks the image that was open before.
+        scene.dialogs.answer(QMessageBox::Discard);
+        scene.click("loadBoardButton");
+        scene.push(u"Failed."_s, true);
+        QVERIFY(scene.isEnabled("editCanvas") && scene.isDirty());
+    }
+
+    void looksAgainBeforeLoading_data() {
+        QTest::addColumn<std::function<void(Scene&)>>("meanwhile");
+        QTest::addColumn<QMessageBox::StandardButton>("answer");
+        using Change = std::function<void(Scene&)>;
+        const auto discard = QMessageBox::Discard;
+        QTest::newRow("cancelled") << Change([](Scene&) {}) << QMessageBox::Cancel;
+        QTest::newRow("busy") << Change([](Scene& scene) { scene.ready = false; }) << discard;
+        QTest::newRow("unread") << Change([](Scene& scene) {
+            scene.known = {};
+            scene.push();
+        }) << discard;
+        QTest::newRow("renamed") << Change([](Scene& scene) { scene.select(3, "Other"); })
+                                 << discard;
+        QTest::newRow("other slot")
+            << Change([](Scene& scene) { scene.select(4, "Logo"); }) << discard;
+    }
+
+    void looksAgainBeforeLoading() {
+        QFETCH(const std::function<void(Scene&)>, meanwhile);
+        QFETCH(const QMessageBox::StandardButton, answer);
+        Scene scene;
+        scene.download(newImage("Mine", 4, 4));
+        scene.select(3, "Logo");
+        scene.dialogs.answer(answer, [&] { meanwhile(scene); });
+        scene.click("loadBoardButton");
+        QCOMPARE(scene.dialogs.seen.size(), 1);
+        QVERIFY(scene.calls.isEmpty());
+        QVERIFY(scene.isEnabled("editCanvas"));
+    }
+
+    void savesToTheBoard() {
+        Scene scene;
+        ImageDocument image = noisy(30, 30);
+        scene.download(image);
+        scene.select(20, "");
+        scene.click("saveBoardButton");
+        QVERIFY(scene.dialogs.seen.isEmpty());
+        QCOMPARE(scene.calls, {u"save"_s});
+        QVERIFY(scene.plan == imageUploadPlan(image, 20));
+        QCOMPARE(scene.label("statusLabel"), u"Saving image to slot 20…"_s);
+
+        scene.select(14, "Logo");
+        scene.dialogs.answer(Qt::Key_Return);
+        scene.click("saveBoardButton");
+        QCOMPARE(scene.calls.size(), 1);
+        QCOMPARE(scene.dialogs.seen.last().title, u"Replace Image in Slot 14?"_s);
+        QCOMPARE(scene.dialogs.seen.last().text,
+                 u"This slot already contains an image. Its current image data and name will be "
+                 u"replaced."_s);
+        QCOMPARE(scene.dialogs.seen.last().defaultButton, u"Cancel"_s);
+        scene.dialogs.answer(QMessageBox::Yes, [&] { scene.ready = false; });
+        scene.click("saveBoardButton");
+        scene.ready = true;
+        scene.push();
+        scene.dialogs.answer(QMessageBox::Yes, [&] { scene.select(13, "Logo"); });
+        scene.click("saveBoardButton");
+        QCOMPARE(scene.calls.size(), 1);
+        scene.dialogs.answer(QMessageBox::Yes);
+        scene.click("saveBoardButton");
+        QVERIFY(scene.plan == imageUploadPlan(image, 13));
+    }
+
+    void deletesOnTheBoard() {
+        Scene scene;
+        scene.select(14, "Kept");
+        scene.select(20, "Logo");
+        scene.dialogs.answer(Qt::Key_Return);
+        scene.click("deleteBoardButton");
+        scene.dialogs.answer(Qt::Key_Escape);
+        scene.click("deleteBoardButton");
+        QCOMPARE(scene.dialogs.seen.last().title, u"Delete Image from Slot 20?"_s);
+        QCOMPARE(scene.dialogs.seen.last().text,
+                 u"This empties only the selected slot. Other image numbers will not change."_s);
+        scene.dialogs.answer(u"Delete"_s, [&] { scene.ready = false; });
+        scene.click("deleteBoardButton");
+        scene.ready = true;
+        scene.push();
+        QVERIFY(scene.calls.isEmpty());
+        scene.dialogs.answer(u"Delete"_s);
+        scene.click("deleteBoardButton");
+        QCOMPARE(scene.calls, {u"remove 20"_s});
+        QCOMPARE(scene.label("statusLabel"), u"Deleting image from slot 20…"_s);
+        deletedLinuxImageWindow(scene.window, 14);
+        deletedLinuxImageWindow(scene.window, 20);
+        deletedLinuxImageWindow(scene.window, 240);
+        QCOMPARE(scene.row(14), u"014  Kept"_s);
+        QCOMPARE(scene.row(20), u"020  [EMPTY]"_s);
+        QCOMPARE(scene.label("statusLabel"), u"Image deleted from slot 20."_s);
+        QVERIFY(!scene.isEnabled("deleteBoardButton"));
+        scene.click("refreshButton");
+        QCOMPARE(scene.calls.last(), u"refresh"_s);
+    }
+
+    void editsAndUndoes() {
+        Scene scene;
+        const QString path = scene.openFile(newImage("Logo", 8, 4));
+        QVERIFY(!scene.isDirty());
+        const QString black = scene.code();
+        scene.draw(1, 2);
+        QVERIFY(scene.isDirty());
+        const QString dotted = scene.code();
+        QVERIFY(dotted != black);
+        QTest::keyClicks(&scene.name(), u"2"_s);
+        scene.box("widthBox").setFocus();
+        scene.box("widthBox").selectAll();
+        QTest::keyClicks(&scene.box("widthBox"), u"2"_s);
+        QCOMPARE(scene.box("heightBox").value(), 4);
+        QTest::keyClick(&scene.box("widthBox"), Qt::Key_Return);
+        QVERIFY(scene.code().contains(u"width=2\n\nheight=4\n\nsize=9\n"_s));
+        scene.click("undoButton");
+        QCOMPARE(scene.box("widthBox").value(), 8);
+        QCOMPARE(scene.code(), QString(dotted).replace(u"Logo"_s, u"Logo2"_s));
+        scene.press(QKeySequence::Undo);
+        QCOMPARE(scene.code(), QString(black).replace(u"Logo"_s, u"Logo2"_s));
+        QVERIFY(!scene.isEnabled("undoButton"));
+        // The end of a stroke that the mouse has not released yet comes before the undo.
+        QWidget& canvas = child<QWidget>(*scene.window, "editCanvas");
+        QTest::mousePress(&canvas, Qt::LeftButton, {}, {3, 3});
+        scene.press(QKeySequence::Undo);
+        QCOMPARE(scene.code(), QString(black).replace(u"Logo"_s, u"Logo2"_s));
+    }
+
+    void appliesPendingSizesBeforeSaving() {
+        Scene scene;
+        const QString path = scene.openFile(newImage("Logo", 8, 4));
+        scene.box("heightBox").setFocus();
+        scene.box("heightBox").selectAll();
+        QTest::keyClicks(&scene.box("heightBox"), u"7"_s);
+        scene.select(30, "");
+        scene.click("saveBoardButton");
+        QVERIFY(scene.plan == imageUploadPlan(newImage("Logo", 8, 7), 30));
+        scene.box("heightBox").selectAll();
+        QTest::keyClicks(&scene.box("heightBox"), u"5"_s);
+        scene.press(QKeySequence::Save);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll().toStdString(), newImage("Logo", 8, 5).text());
+        scene.box("heightBox").selectAll();
+        QTest::keyClicks(&scene.box("heightBox"), u"6"_s);
+        delete scene.window; // while the box still has the focus and something to tell
+    }
+
+    void zoomsAndScrolls() {
+        Scene scene;
+        scene.download(newImage("Big", 160, 128));
+        for (int step = 0; step < 30; ++step) {
+            scene.click("zoomInButton");
+        }
+        QCOMPARE(scene.label("zoomLabel"), u"20×"_s);
+        QVERIFY(!scene.isEnabled("zoomInButton") && scene.isEnabled("zoomOutButton"));
+        const auto& scroll = child<QScrollArea>(*scene.window, "editScroll");
+        QTRY_VERIFY(scroll.horizontalScrollBar()->maximum() > 0);
+        QVERIFY(scroll.verticalScrollBar()->maximum() > 0);
+        for (int step = 0; step < 30; ++step) {
+            scene.click("zoomOutButton");
+        }
+        QCOMPARE(scene.label("zoomLabel"), u"2×"_s);
+        QVERIFY(scene.isEnabled("zoomInButton") && !scene.isEnabled("zoomOutButton"));
+    }
+
+    void drawsWithToolsAndColors() {
+        Scene scene;
+        scene.openFile(newImage("Logo", 2, 2));
+        scene.dialogs.answer([](QWidget* dialog) {
+            auto* colors = qobject_cast<QColorDialog*>(dialog);
+            QCOMPARE(colors->currentColor(), QColor(Qt::white));
+            colors->setCurrentColor(QColor(255, 0, 0));
+            colors->accept();
+        });
+        scene.click("leftColorButton");
+        QCOMPARE(scene.dialogs.seen.last().title, u"Drawing color"_s);
+        QCOMPARE(child(*scene.window, "leftColorButton").styleSheet(),
+                 u"background:#ff0000;color:white"_s);
+        scene.dialogs.answer(Qt::Key_Escape);
+        scene.click("rightColorButton");
+        QCOMPARE(child(*scene.window, "rightColorButton").styleSheet(),
+                 u"background:#000000;color:white"_s);
+        scene.click("fillButton");
+        scene.draw(0, 0);
+        QVERIFY(scene.code().endsWith(u"[data]\n\n4 248 0\n"_s));
+    }
+
+    void keepsTooLargeImagesInFiles() {
+        Scene scene;
+        const ImageDocument image = noisy(160, 128);
+        scene.download(image);
+        const auto& size = child<QLabel>(*scene.window, "sizeLabel");
+        QCOMPARE(size.text(), u"61440 / 4096 bytes"_s);
+        QCOMPARE(size.styleSheet(), u"color:#ff7373;font-weight:bold"_s);
+        QCOMPARE(size.toolTip(), u"Over PCB capacity. Local save is still available."_s);
+        const QString path = scene.folder.filePath(u"Ω large"_s);
+        scene.dialogs.chooseFile(path);
+        scene.click("saveAsButton");
+        QVERIFY(!scene.isDirty());
+        QFile file(path + u".txt"_s);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(parseImage(file.readAll().toStdString()) == image);
+        scene.openFile(newImage("Small", 4, 4));
+        QVERIFY(size.styleSheet().isEmpty() && size.toolTip().isEmpty());
+        scene.dialogs.chooseFile(file.fileName());
+        scene.click("loadFileButton");
+        QCOMPARE(scene.code().toStdString(), image.text());
+    }
+
+    void asksForAPathOnlyWithoutOne() {
+        Scene scene;
+        scene.download(newImage("Logo", 4, 4));
+        const QString path = scene.folder.filePath(u"logo.txt"_s);
+        scene.dialogs.chooseFile(path);
+        scene.press(QKeySequence::Save);
+        QVERIFY(QFile::exists(path) && !scene.isDirty());
+        QTest::keyClicks(&scene.name(), u"s"_s);
+        scene.press(QKeySequence::Save);
+        QVERIFY(!scene.isDirty());
+        QCOMPARE(scene.dialogs.seen.size(), 1);
+        scene.dialogs.answer(Qt::Key_Escape);
+        scene.press(QKeySequence::SaveAs);
+        QCOMPARE(scene.dialogs.seen.last().title, u"Save Image"_s);
+    }
+
+    void refusesBadFilesBeforeAsking_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("no image") << QByteArray("name=x\n") << u"Missing image [data] section."_s;
+        QTest::newRow("not UTF-8")
+            << QByteArray("name=\xff\n") << u"Image file is not valid UTF-8."_s;
+        QTest::newRow("too large") << QByteArray(1'000'001, ' ') << u"Image file exceeds 1 MB."_s;
+    }
+
+    void refusesBadFilesBeforeAsking() {
+        QFETCH(const QByteArray, bytes);
+        Scene scene;
+        scene.download(newImage("Mine", 4, 4));
+        scene.dialogs.chooseFile(scene.write(u"bad.txt"_s, bytes));
+        scene.dialogs.answer(QMessageBox::Ok);
+        scene.click("loadFileButton");
+        QCOMPARE(scene.dialogs.seen.size(), 2);
+        QCOMPARE(scene.dialogs.seen.last().title, u"Image Manager"_s);
+        QTEST(scene.dialogs.seen.last().text, "message");
+        QVERIFY(scene.isDirty() && scene.name().text() == u"Mine"_s);
+    }
+
+    void keepsTheChangesThatCannotBeSaved() {
+        Scene scene;
+        const QString path = scene.openFile(newImage("Mine", 4, 4));
+        scene.draw(0, 0);
+        QVERIFY(scene.folder.remove());
+        scene.dialogs.answer(QMessageBox::Ok);
+        scene.press(QKeySequence::Save);
+        QCOMPARE(scene.dialogs.seen.last().title, u"Image Manager"_s);
+        QVERIFY(!scene.dialogs.seen.last().text.isEmpty());
+        QVERIFY(scene.isDirty());
+    }
+
+    void asksBeforeLosingChanges_data() {
+        QTest::addColumn<Qt::Key>("key");
+        QTest::addColumn<QMessageBox::StandardButton>("button");
+        QTest::addColumn<bool>("closes");
+        QTest::addColumn<bool>("saves");
+        QTest::newRow("default") << Qt::Key_Return << QMessageBox::NoButton << false << false;
+        QTest::newRow("escape") << Qt::Key_Escape << QMessageBox::NoButton << false << false;
+        QTest::newRow("discard") << Qt::Key() << QMessageBox::Discard << true << false;
+        QTest::newRow("save") << Qt::Key() << QMessageBox::Save << true << true;
+    }
+
+    void asksBeforeLosingChanges() {
+        QFETCH(const Qt::Key, key);
+        QFETCH(const QMessageBox::StandardButton, button);
+        QFETCH(const bool, closes);
+        Scene scene;
+        const QString path = scene.openFile(newImage("Logo", 8, 4));
+        scene.draw(2, 2);
+        if (button == QMessageBox::NoButton) {
+            scene.dialogs.answer(key);
+        } else {
+            scene.dialogs.answer(button);
+        }
+        scene.click("closeButton");
+        QCOMPARE(scene.dialogs.seen.last().title, u"Unsaved image"_s);
+        QCOMPARE(scene.dialogs.seen.last().text, u"Save image changes before continuing?"_s);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const bool saves = file.readAll().toStdString() != newImage("Logo", 8, 4).text();
+        QTEST(saves, "saves");
+        QCOMPARE(!scene.window->isVisible(), closes);
+        if (closes) {
+            QTRY_VERIFY(scene.window.isNull());
+        }
+    }
+
+    void makesNewImages() {
+        Scene scene;
+        scene.dialogs.answer([&](QWidget* dialog) {
+            QCOMPARE(child<QLineEdit>(*dialog, "newNameEdit").text(), u"New Image"_s);
+            QCOMPARE(child<QSpinBox>(*dialog, "newHeightBox").value(), 128);
+            child<QLineEdit>(*dialog, "newNameEdit").setText(u" "_s);
+            scene.dialogs.answer(QMessageBox::Ok);
+            QTest::keyClick(dialog, Qt::Key_Return);
+            QVERIFY(dialog->isVisible());
+            child<QLineEdit>(*dialog, "newNameEdit").setText(u"Icon"_s);
+            child<QSpinBox>(*dialog, "newWidthBox").setValue(16);
+            QTest::keyClick(dialog, Qt::Key_Return);
+        });
+        scene.click("newButton");
+        QCOMPARE(scene.dialogs.seen.last().title, u"New Image"_s);
+        QCOMPARE(scene.dialogs.seen.last().text,
+                 u"Image name must be 1-31 UTF-8 bytes on one line."_s);
+        QVERIFY(scene.isDirty());
+        QCOMPARE(scene.code().toStdString(), newImage("Icon", 16, 128).text());
+        scene.dialogs.answer(QMessageBox::Cancel);
+        scene.press(QKeySequence::New);
+        QCOMPARE(scene.dialogs.seen.last().title, u"Unsaved image"_s);
+        QCOMPARE(scene.name().text(), u"Icon"_s);
+    }
+
+    void checksItself() { QVERIFY(linuxImageSmoke()); }
+};
+
+QTEST_MAIN(ImageWindowTest)
+#include "ImageWindowTest.moc"
