@@ -99,7 +99,8 @@ private:
     }
 
     static SeenDialog record(QWidget* dialog) {
-        SeenDialog shown{.title = dialog->windowTitle(), .text = {}, .buttons = {}};
+        SeenDialog shown{
+            .title = dialog->windowTitle(), .text = {}, .buttons = {}, .defaultButton = {}};
         if (const auto* box = qobject_cast<QMessageBox*>(dialog)) {
             shown.text = box->text();
             shown.format = box->textFormat();
