@@ -4,6 +4,7 @@
 #include "model/ChipDocument.h"
 
 #include <QByteArray>
+#include <QList>
 
 #include <cstdint>
 #include <random>
