@@ -29,7 +29,7 @@ std::string_view takeToken(std::string_view& rest) {
 
 std::optional<KeyLine> keyLine(std::string_view line) {
     const std::size_t equals = line.find('=');
-    if (equals == line.npos) {
+    if (equals == std::string_view::npos) {
         return std::nullopt;
     }
     return KeyLine{asciiLower(trimmed(line.substr(0, equals), artworkBlanks)),

@@ -26,7 +26,8 @@ inline constexpr std::size_t boardChunkBytes = 48;
 /// An empty name passes.
 constexpr bool fitsBoardName(std::string_view name) {
     constexpr std::string_view refused("\n\r\0", 3);
-    return name.size() <= maxBoardNameBytes && name.find_first_of(refused) == name.npos;
+    return name.size() <= maxBoardNameBytes &&
+           name.find_first_of(refused) == std::string_view::npos;
 }
 
 /// A metadata block that holds `name`, which must fit, and zeros otherwise.

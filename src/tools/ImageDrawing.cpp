@@ -66,7 +66,6 @@ void ImageDrawing::begin() {
     }
     base = document.pixels;
     active = true;
-    anchorX = anchorY = unset;
 }
 
 void ImageDrawing::apply(ImageTool tool, int x, int y, std::uint16_t color) {

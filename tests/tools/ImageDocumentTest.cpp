@@ -101,7 +101,7 @@ private Q_SLOTS:
     }
 
     void keepsTheLargestImage() {
-        ImageDocument image{"Ω", maxImageWidth, maxImageHeight, Pixels(160 * 128), {}};
+        ImageDocument image{"Ω", maxImageWidth, maxImageHeight, Pixels(20480), {}};
         std::iota(image.pixels.begin(), image.pixels.end(), std::uint16_t{0xF000});
         image.rebuild();
         QCOMPARE(image.rle.size(), 61440U);

@@ -87,6 +87,8 @@ private Q_SLOTS:
             {"... ... ... ... ... ... ... ...: e 0 7 2 0", ".#. #.# #.# #.# #.# #.# #.# .#."},
             {"...... ...... ...... ...... ......: e -7 -1 3 4",
              "..#... ...#.. ...#.. ..#... ##...."},
+            {"..... ..... ..... ..... ..... .....: e -1 -7 4 3",
+             "....# ....# #..#. .##.. ..... ....."},
             {".... .... ....: e 0 1 3 1", ".... #### ...."},
             {"... ... ...: e 1 2 1 0", ".#. .#. .#."},
             {"....... ....... ....... ....... ....... ....... .......: c 3 3 3",
@@ -102,6 +104,8 @@ private Q_SLOTS:
             {"..x .x. x..: F 0 0", "##x #x. x.."},
             {"xxxxx x...x x.x.x x...x xxxxx: F 1 1", "xxxxx x###x x#x#x x###x xxxxx"},
             {"..... .xxx. .x... .x.xx .x...: F 4 4", "##### #xxx# #x### #x#xx #x###"},
+            {".x. .x.: F 0 1", "#x. #x."},
+            {".x. .x.: F 2 0", ".x# .x#"},
             {".#.: F 1 0", ".#."},
         });
     }
@@ -142,8 +146,10 @@ private Q_SLOTS:
         drawing.begin();
         QVERIFY(!drawing.finish());
         QCOMPARE(drawing.document, drawn("...."));
+        drawing.document.rle = {2, 0, 0, 2, 0, 0};
         drawing.apply(ImageTool::Pencil, 0, 0, 1);
         QVERIFY(drawing.finish());
+        QCOMPARE(drawing.history.back(), drawn("...."));
         QCOMPARE(drawing.document, drawn("#..."));
     }
 
