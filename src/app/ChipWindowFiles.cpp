@@ -1,1 +1,289 @@
 #include "app/ChipWindow.h"
+#include "app/CodeEditor.h"
+#include "app/DisplayText.h"
+#include "language/ChipCompiler.h"
+#include "model/ChipFileCodec.h"
+#include "tools/FileAccess.h"
+#include "tools/MessageBoxes.h"
+
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QScopedValueRollback>
+#include <QTextBlock>
+
+#include <algorithm>
+#include <memory>
+
+namespace pivex {
+
+namespace {
+
+using namespace Qt::Literals::StringLiterals;
+
+int chosen(const QComboBox* box) {
+    return box->currentData().toInt();
+}
+
+bool lists(const QListWidget* list, const QString& path) {
+    for (int row = 0; row < list->count(); ++row) {
+        if (list->item(row)->data(Qt::UserRole).toString() == path) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// A file name as a part of a window title, where the toolkit takes "[*]" for a mark of its own.
+QString titlePart(const QString& path) {
+    return path.isEmpty()
+               ? QString()
+               : u" — "_s + oneLine(QFileInfo(path).fileName()).replace(u"[*]"_s, u"[*][*]"_s);
+}
+
+/// A problem at source line `line`, named by the instruction that `gutter` shows there.
+QString diagnosticLine(std::span<const GutterLine> gutter, std::int32_t line,
+                       const std::string& message) {
+    return u"Line %1: %2"_s.arg(QString::number(diagnosticInstructionLine(gutter, line)),
+                                QString::fromStdString(message));
+}
+
+} // namespace
+
+ChipDocument ChipWindow::newDocument() {
+    ChipDocument fresh;
+    fresh.code = "/* code starts here */\n";
+    return fresh;
+}
+
+ChipDocument ChipWindow::document() const {
+    ChipDocument snapshot{
+        .name = fields.name->text().toStdString(),
+        .pins = chosen(fields.pins),
+        .type = chosen(fields.type),
+        .imageIndex = chosen(fields.image),
+        .code = fields.code->toPlainText().toStdString(),
+        .strings = {},
+    };
+    std::ranges::transform(fields.strings, snapshot.strings.begin(),
+                           [](const QLineEdit* edit) { return edit->text().toStdString(); });
+    return snapshot;
+}
+
+void ChipWindow::populate(const ChipDocument& source, const QString& path) {
+    saveAllowed = false;
+    ++revision;
+    {
+        const QScopedValueRollback guard(loading, true);
+        fields.name->setText(QString::fromStdString(source.name));
+        fields.code->setPlainText(QString::fromStdString(source.code));
+        options(fields.type, chipTypes, source.type);
+        options(fields.pins, pinOptions, source.pins);
+        options(fields.image, imageOptions, source.imageIndex);
+        // Refilling the boxes reported passing pin counts.
+        fields.code->setPinCount(source.pins);
+        for (std::size_t i = 0; i < fields.strings.size(); ++i) {
+            fields.strings[i]->setText(QString::fromStdString(source.strings[i]));
+        }
+    }
+    filePath = path;
+    dirty = false;
+    output->clear();
+    title();
+    deviceControls();
+}
+
+void ChipWindow::options(QComboBox* box, std::span<const MetadataOption> list, std::int32_t value) {
+    box->clear();
+    if (std::ranges::find(list, value, &MetadataOption::value) == list.end()) {
+        box->addItem(u"Unlisted (%1)"_s.arg(value), value);
+    }
+    for (const MetadataOption& option : list) {
+        box->addItem(QString::fromUtf8(option.label.data(), std::ssize(option.label)),
+                     option.value);
+    }
+    box->setCurrentIndex(box->findData(value));
+}
+
+void ChipWindow::changed() {
+    fields.code->setPinCount(chosen(fields.pins));
+    if (loading) {
+        return;
+    }
+    ++revision;
+    saveAllowed = false;
+    dirty = true;
+    title();
+    deviceControls();
+}
+
+void ChipWindow::title() {
+    setWindowTitle(
+        u"PivexGUI — Linux chips%1%2"_s.arg(titlePart(filePath), dirty ? u" *"_s : QString()));
+}
+
+void ChipWindow::addFiles() {
+    addPaths(
+        QFileDialog::getOpenFileNames(this, u"Add chip files"_s, {},
+                                      u"Chip files (*.chip);;Text files (*.txt);;All files (*)"_s));
+}
+
+void ChipWindow::addPaths(const QStringList& paths) {
+    for (const QString& path : paths) {
+        const QFileInfo file(path);
+        const QString absolute = file.absoluteFilePath();
+        if (lists(files, absolute)) {
+            continue;
+        }
+        auto* item = new QListWidgetItem(oneLine(file.fileName()), files);
+        item->setData(Qt::UserRole, absolute);
+        item->setToolTip(plainToolTip(absolute));
+    }
+    deviceControls();
+}
+
+void ChipWindow::loadCurrentFile() {
+    if (const QListWidgetItem* item = files->currentItem()) {
+        loadPath(item->data(Qt::UserRole).toString());
+    }
+}
+
+void ChipWindow::removeCurrentFile() {
+    const std::unique_ptr<QListWidgetItem> removed(files->takeItem(files->currentRow()));
+    deviceControls();
+}
+
+void ChipWindow::clearFiles() {
+    files->clear();
+    deviceControls();
+}
+
+void ChipWindow::newFile() {
+    if (confirmDiscard()) {
+        populate(newDocument(), {});
+    }
+}
+
+bool ChipWindow::loadPath(const QString& path) {
+    try {
+        const ChipDocument source = read(path);
+        if (!confirmDiscard()) {
+            return false;
+        }
+        populate(source, path);
+        return true;
+    } catch (const std::exception& failure) {
+        error(QString::fromStdString(failure.what()));
+        return false;
+    }
+}
+
+bool ChipWindow::confirmDiscard() {
+    if (!dirty) {
+        return true;
+    }
+    const auto answer =
+        ask(this, QMessageBox::Question, u"Unsaved chip"_s, u"Save your changes first?"_s,
+            QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
+    return answer == QMessageBox::Discard || (answer == QMessageBox::Save && save(false));
+}
+
+QString ChipWindow::choosePath() {
+    QFileDialog dialog(this, u"Save chip"_s, filePath, u"Chip files (*.chip)"_s);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix(u"chip"_s);
+    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
+}
+
+bool ChipWindow::save(bool saveAs) {
+    const QString path = saveAs || filePath.isEmpty() ? choosePath() : filePath;
+    if (path.isEmpty()) {
+        return false;
+    }
+    try {
+        write(path, document());
+    } catch (const std::exception& failure) {
+        error(QString::fromStdString(failure.what()));
+        return false;
+    }
+    filePath = path;
+    dirty = false;
+    title();
+    return true;
+}
+
+void ChipWindow::saveFile() {
+    save(false);
+}
+
+void ChipWindow::saveFileAs() {
+    save(true);
+}
+
+ChipDocument ChipWindow::read(const QString& path) {
+    return decodeChip(readFileBytes(path));
+}
+
+void ChipWindow::write(const QString& path, const ChipDocument& source) {
+    const std::string text = encodeChip(source);
+    // A text that could not be read again must not replace a file that can.
+    decodeChip(text);
+    writeFileAtomically(path, text);
+}
+
+void ChipWindow::compile() {
+    const ChipDocument source = document();
+    const CompileResult result = compileChip(source);
+    if (result.errorMessage.empty()) {
+        report(u"Compile successful: %1 instructions, %2 bytes. Nothing sent to PCB."_s.arg(
+            QString::number(result.bytes.size() / instructionSize),
+            QString::number(result.bytes.size())));
+        return;
+    }
+    report(diagnosticLine(instructionGutter(source.code, source.pins), result.errorLine,
+                          result.errorMessage));
+    gotoLine(result.errorLine);
+}
+
+void ChipWindow::scan() {
+    const ChipDocument source = document();
+    const std::vector<GutterLine> gutter = instructionGutter(source.code, source.pins);
+    QStringList lines;
+    for (const CodeDiagnostic& problem : validateChip(source)) {
+        lines << diagnosticLine(gutter, problem.line, problem.message);
+    }
+    report(lines.isEmpty() ? u"No code errors found."_s : lines.join(u'\n'));
+}
+
+void ChipWindow::gotoLine(std::int32_t line) {
+    const QTextBlock block = fields.code->document()->findBlockByNumber(std::max(line - 1, 0));
+    if (block.isValid()) {
+        fields.code->setTextCursor(QTextCursor(block));
+        fields.code->centerCursor();
+    }
+}
+
+void ChipWindow::clearOutput() {
+    output->clear();
+}
+
+void ChipWindow::report(const QString& text) {
+    output->setPlainText(text);
+}
+
+void ChipWindow::error(const QString& message) {
+    warn(this, u"PivexGUI"_s, message);
+}
+
+void ChipWindow::closeEvent(QCloseEvent* event) {
+    const auto closes = [](const QPointer<QWidget>& window) {
+        return !window || window->isHidden() || window->close();
+    };
+    event->setAccepted(confirmStopUpload() && confirmDiscard() && closes(fontWindow) &&
+                       closes(imageWindow));
+}
+
+} // namespace pivex

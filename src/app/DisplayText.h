@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QString>
+
+namespace pivex {
+
+/// `text` on one line: control characters and line breaks are shown as U+FFFD.
+QString oneLine(QString text);
+
+/// A tool tip that shows `text` as it stands, also where it looks like markup.
+QString plainToolTip(const QString& text);
+
+} // namespace pivex
