@@ -33,16 +33,18 @@ QImage screenImage(const ImageDocument& image) {
     return screen;
 }
 
-void drawGrid(QPainter& painter, const ImageDocument& image, int zoom) {
-    const int right = image.width * zoom;
-    const int bottom = image.height * zoom;
-    painter.setPen(gridColor);
-    for (int x = 0; x <= right; x += zoom) {
-        painter.drawLine(x, 0, x, bottom);
-    }
-    for (int y = 0; y <= bottom; y += zoom) {
-        painter.drawLine(0, y, right, y);
-    }
+/// Draws the upper and left line of every enlarged pixel; those that would end the grid at the
+/// right and at the bottom lie on the black around the image.
+void drawGrid(QPainter& painter, const QRect& area, int zoom) {
+    // One tiled cell: the raster engine hands each long translucent line to its threads, and the
+    // waiting for some hundred of them is what a stroke would spend its time on.
+    QImage cell(zoom, zoom, QImage::Format_ARGB32_Premultiplied);
+    cell.fill(Qt::transparent);
+    QPainter lines(&cell);
+    lines.fillRect(0, 0, zoom, 1, gridColor);
+    lines.fillRect(0, 0, 1, zoom, gridColor);
+    lines.end();
+    painter.fillRect(area, QBrush(cell));
 }
 
 } // namespace
@@ -171,9 +173,10 @@ void ImageCanvas::paintEvent(QPaintEvent* event) {
         painter.drawImage(target, screenImage(image));
         return;
     }
-    painter.drawImage(QRect({}, imageArea()), screenImage(image));
+    const QRect area({}, imageArea());
+    painter.drawImage(area, screenImage(image));
     if (zoom >= minGridZoom) {
-        drawGrid(painter, image, zoom);
+        drawGrid(painter, area, zoom);
     }
 }
 
