@@ -27,6 +27,7 @@ QScrollArea* makeScrollArea(QWidget* content, QWidget* parent) {
     auto* area = new QScrollArea(parent);
     area->setWidgetResizable(true);
     area->setWidget(content);
+    area->setAccessibleName(content->accessibleName());
     return area;
 }
 

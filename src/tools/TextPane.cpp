@@ -1,7 +1,6 @@
 #include "tools/TextPane.h"
 
 #include <QFontDatabase>
-#include <QScrollBar>
 #include <QTextCursor>
 
 #include <algorithm>
@@ -47,15 +46,11 @@ void TextPane::amendText(const QString& text) {
         return;
     }
     const auto [first, tail] = difference(shown, text);
-    const int across = horizontalScrollBar()->value();
-    const int down = verticalScrollBar()->value();
     QTextCursor cursor(document());
     cursor.setPosition(static_cast<int>(first));
     cursor.setPosition(static_cast<int>(shown.size() - tail), QTextCursor::KeepAnchor);
     cursor.insertText(text.sliced(first, text.size() - tail - first));
     shown = text;
-    horizontalScrollBar()->setValue(across);
-    verticalScrollBar()->setValue(down);
 }
 
 } // namespace pivex

@@ -3,7 +3,9 @@
 #include "support/Dialogs.h"
 #include "tools/FontFiles.h"
 #include "tools/SelfChecks.h"
+#include "tools/SettingsWindow.h"
 
+#include <QAccessible>
 #include <QLabel>
 #include <QListView>
 #include <QListWidget>
@@ -28,11 +30,11 @@ FontDocument font(int width, int height, int glyphs, const char* name = "Sample 
     return made;
 }
 
-/// Slot 0 unread, slot 1 empty, slot 3 with a font.
+/// Slot 0 unread, slot 1 empty, slots 3 and 4 with fonts of one name.
 FontSlots mixedSlots() {
     FontSlots made;
     made[1].read = true;
-    made[3] = {.read = true, .name = "<i>Old</i> %1"};
+    made[3] = made[4] = {.read = true, .name = "<i>Old</i> %1"};
     return made;
 }
 
@@ -135,6 +137,7 @@ private Q_SLOTS:
     void looksAgainAfterTheQuestion();
     void refusesAnUnfitFont();
     void followsTheSlots();
+    void namesEveryControl();
     void ignoresOtherWindows();
     void passesItsSelfCheck();
 };
@@ -208,13 +211,18 @@ void FontWindowTest::editsByClicks() {
     const QString path = bench.open(drawn);
     bench.selectGlyph(33);
     auto& pane = child<QPlainTextEdit>(*bench.window, "textPane");
+    bench.window->resize(600, 700); // narrow enough for a line to be scrolled sideways
+    QCoreApplication::processEvents();
     pane.verticalScrollBar()->setValue(100);
+    pane.horizontalScrollBar()->setValue(40);
     bench.clickPixel(2, 0);
     bench.clickPixel(7, 7);
     drawn.columns[33 * 8 + 2] = 0x81;
     drawn.columns[33 * 8 + 7] = 0;
     QCOMPARE(bench.text(), QString::fromStdString(drawn.text()));
+    QCoreApplication::processEvents();
     QCOMPARE(pane.verticalScrollBar()->value(), 100);
+    QCOMPARE(pane.horizontalScrollBar()->value(), 40);
     QCOMPARE(bench.window->windowTitle(), u"Font Manager *"_s);
     bench.clickPixel(7, 7);
     drawn.columns[33 * 8 + 7] = 1;
@@ -453,6 +461,20 @@ void FontWindowTest::followsTheSlots() {
     QVERIFY(!bench.isEnabled("saveBoardButton") && !bench.isEnabled("deleteButton"));
     QCOMPARE(bench.text(), text);
     QCOMPARE(bench.window->windowTitle(), u"Font Manager *"_s);
+}
+
+void FontWindowTest::namesEveryControl() {
+    const Bench bench;
+    const std::unique_ptr<QWidget> settings(openLinuxSettingsWindow(nullptr, {}, mixedSlots()));
+    for (const QWidget* window : {bench.window.data(), settings.get()}) {
+        for (QWidget* control : window->findChildren<QWidget*>()) {
+            if (control->focusPolicy() != Qt::NoFocus && control->window() == window) {
+                const QAccessibleInterface* read = QAccessible::queryAccessibleInterface(control);
+                QVERIFY2(!read->text(QAccessible::Name).isEmpty(),
+                         control->metaObject()->className());
+            }
+        }
+    }
 }
 
 void FontWindowTest::ignoresOtherWindows() {
