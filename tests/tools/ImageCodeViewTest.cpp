@@ -22,22 +22,6 @@ Bytes runs(std::initializer_list<int> countsAndValues) {
     return bytes;
 }
 
-Bytes withChanges(const Bytes& before, const Bytes& after) {
-    Bytes result;
-    const auto copy = [&](const Bytes& from, std::size_t first, std::size_t count) {
-        const auto begin = from.begin() + static_cast<std::ptrdiff_t>(3 * first);
-        result.insert(result.end(), begin, begin + static_cast<std::ptrdiff_t>(3 * count));
-    };
-    std::size_t kept = 0;
-    for (const RunChange& change : runChanges(before, after)) {
-        copy(before, kept, change.oldFirst - kept);
-        copy(after, change.newFirst, change.newCount);
-        kept = change.oldFirst + change.oldCount;
-    }
-    copy(before, kept, before.size() / 3 - kept);
-    return result;
-}
-
 bool showsTextOf(const ImageCodeView& view, const ImageDocument& image) {
     return view.toPlainText().toStdString() == image.text();
 }
@@ -55,23 +39,6 @@ private Q_SLOTS:
         const std::vector<RunChange> expected{{1, 1, 1, 2}, {4, 1, 5, 1}};
         QVERIFY(runChanges(before, after) == expected);
         QVERIFY(runChanges(before, before).empty());
-    }
-
-    void changesMakeTheNewRuns() {
-        QRandomGenerator random(11);
-        const auto some = [&] {
-            Bytes bytes;
-            for (int run = random.bounded(12); run > 0; --run) {
-                const Bytes next = runs({random.bounded(1, 4), random.bounded(2)});
-                bytes.insert(bytes.end(), next.begin(), next.end());
-            }
-            return bytes;
-        };
-        for (int round = 0; round < 2000; ++round) {
-            const Bytes before = some();
-            const Bytes after = some();
-            QCOMPARE(withChanges(before, after), after);
-        }
     }
 
     void alwaysHoldsTheText() {
