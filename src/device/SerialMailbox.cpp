@@ -2,27 +2,50 @@
 
 namespace pivex {
 
+namespace {
+
+SerialEvent unpacked(QueuedEvent& queued) {
+    if (queued.whole) {
+        return std::move(*queued.whole);
+    }
+    SerialEvent event;
+    event.kind = queued.kind;
+    event.text = std::move(queued.text);
+    event.index = queued.index;
+    return event;
+}
+
+} // namespace
+
 std::pair<bool, std::optional<std::vector<UploadPlan>>> SerialMailbox::takeSaveAndBatch() {
     const std::scoped_lock lock(mutex);
     return {std::exchange(requests.saveRequested, false),
             std::exchange(requests.batch, std::nullopt)};
 }
 
-void SerialMailbox::post(SerialEvent event) {
+void SerialMailbox::emit(SerialEvent::Kind kind, std::string text, int index) {
     const std::scoped_lock lock(mutex);
-    events.push_back(std::move(event));
+    events.push_back({kind, std::move(text), index, nullptr});
 }
 
-void SerialMailbox::emit(SerialEvent::Kind kind, std::string text) {
-    SerialEvent event;
-    event.kind = kind;
-    event.text = std::move(text);
-    post(std::move(event));
+void SerialMailbox::post(SerialEvent event) {
+    auto whole = std::make_unique<SerialEvent>(std::move(event));
+    const std::scoped_lock lock(mutex);
+    events.push_back({whole->kind, {}, 0, std::move(whole)});
 }
 
 std::vector<SerialEvent> SerialMailbox::drain() {
-    const std::scoped_lock lock(mutex);
-    return std::exchange(events, {});
+    std::vector<QueuedEvent> taken;
+    {
+        const std::scoped_lock lock(mutex);
+        events.swap(taken);
+    }
+    std::vector<SerialEvent> drained;
+    drained.reserve(taken.size());
+    for (QueuedEvent& event : taken) {
+        drained.push_back(unpacked(event));
+    }
+    return drained;
 }
 
 void SerialMailbox::clear() {
@@ -32,7 +55,7 @@ void SerialMailbox::clear() {
     for (std::atomic<bool>* slot : {&refreshImages, &refreshFonts, &eraseAll, &refreshChips}) {
         *slot = false;
     }
-    std::vector<SerialEvent> droppedEvents;
+    std::vector<QueuedEvent> droppedEvents;
     CompoundRequests droppedRequests;
     const std::scoped_lock lock(mutex);
     events.swap(droppedEvents);

@@ -3,6 +3,7 @@
 #include "device/SerialConnection.h"
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <type_traits>
@@ -21,6 +22,15 @@ struct CompoundRequests {
     bool saveRequested = false;
     std::optional<std::vector<UploadPlan>> batch;
     std::optional<UploadPlan> upload;
+};
+
+/// An event in the queue. Nearly all events are a sentence and a number, and thousands of them may
+/// wait, so only the others are held whole.
+struct QueuedEvent {
+    SerialEvent::Kind kind{};
+    std::string text;
+    int index = 0;
+    std::unique_ptr<SerialEvent> whole; ///< if set, this is the event
 };
 
 /// What the GUI thread and the worker share. The mutex is held for the length of a move only.
@@ -53,11 +63,11 @@ public:
     /// Takes `saveRequested` and `batch` in one hold of the mutex.
     std::pair<bool, std::optional<std::vector<UploadPlan>>> takeSaveAndBatch();
 
-    /// Appends an event to the queue.
-    void post(SerialEvent event);
+    /// Appends an event of text and index to the queue.
+    void emit(SerialEvent::Kind kind, std::string text, int index = 0);
 
-    /// Appends a text-only event to the queue.
-    void emit(SerialEvent::Kind kind, std::string text);
+    /// Appends an event that holds more to the queue.
+    void post(SerialEvent event);
 
     /// Moves the whole queue out, oldest event first.
     std::vector<SerialEvent> drain();
@@ -67,7 +77,7 @@ public:
 
 private:
     std::mutex mutex;
-    std::vector<SerialEvent> events; ///< guarded by `mutex`
+    std::vector<QueuedEvent> events; ///< guarded by `mutex`
     CompoundRequests requests;       ///< guarded by `mutex`
 };
 

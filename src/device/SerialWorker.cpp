@@ -126,11 +126,7 @@ void SerialWorker::serveImageDeletion() {
     const std::string number = std::to_string(*slot);
     emit(Kind::Status, "Deleting image from slot " + number + "...");
     deleteImage(*slot, send);
-    SerialEvent event;
-    event.kind = Kind::ImageDeleted;
-    event.text = "Image deleted from slot " + number + ".";
-    event.index = *slot;
-    mailbox.post(std::move(event));
+    mailbox.emit(Kind::ImageDeleted, "Image deleted from slot " + number + ".", *slot);
 }
 
 void SerialWorker::serveImageRead() {
@@ -244,11 +240,7 @@ void SerialWorker::serveChipList() {
     }
     emit(Kind::ChipListStarted, "Reading stored PCB tests...");
     const auto count = listChips(query, [&](int index, std::string name) {
-        SerialEvent event;
-        event.kind = Kind::ChipListed;
-        event.text = std::move(name);
-        event.index = index;
-        mailbox.post(std::move(event));
+        mailbox.emit(Kind::ChipListed, std::move(name), index);
     });
     emit(Kind::ChipListDone, std::exchange(chipNote, {}) + "Loaded " + std::to_string(count) +
                                  " stored tests from PCB.");

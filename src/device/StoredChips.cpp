@@ -4,6 +4,7 @@
 #include "language/ChipCompiler.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <span>
 #include <stdexcept>
 #include <utility>
@@ -83,7 +84,7 @@ Bytes readCode(int index, std::size_t logicalLength, const Query& query) {
         require(answer.size() > answerHeaderBytes, "Empty code continuation.");
         appendContinuation(code, physicalLength, payloadOf(answer));
     }
-    code.resize(logicalLength);
+    code.erase(code.begin() + static_cast<std::ptrdiff_t>(logicalLength), code.end());
     return code;
 }
 
