@@ -1,8 +1,32 @@
 #pragma once
 
+#include "language/ChipCompiler.h"
+
 #include <QPlainTextEdit>
 
+#include <optional>
+#include <vector>
+
 namespace pivex {
+
+class CodeEditor;
+
+/// The strip at the left of the editor that shows instruction numbers and error dots.
+class LineNumberArea : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit LineNumberArea(CodeEditor* owner);
+
+    /// The width that the editor's text asks for, and no height.
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    CodeEditor* editor;
+};
 
 /// The chip code editor with its instruction-number gutter.
 class CodeEditor : public QPlainTextEdit {
@@ -14,11 +38,32 @@ public:
     /// Gives the pin count that the gutter checks pins against and repaints the gutter.
     void setPinCount(int pins);
 
-    /// Width of the gutter in pixels.
+    /// Width in pixels that the gutter needs for the numbers of the current text.
     int numberAreaWidth() const;
 
+    /// Paints the part of the gutter that `event` asks for.
+    void paintNumbers(const QPaintEvent* event);
+
+protected:
+    /// Maps the source lines of the current text to instruction numbers and error marks.
+    virtual std::vector<GutterLine> mapLines() const;
+
+    void resizeEvent(QResizeEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void insertFromMimeData(const QMimeData* source) override;
+
 private:
+    LineNumberArea* gutter;
     int pinCount = 14;
+
+    /// The mapping of the current text, from its first use after a change to the repaint that
+    /// shows it: one keystroke maps the text once, and nothing outlives a repaint.
+    mutable std::optional<std::vector<GutterLine>> mapping;
+
+    const std::vector<GutterLine>& gutterLines() const;
+    void applyGutterWidth();
+    void followUpdate(const QRect& rect, int scroll);
+    void paintLine(QPainter& painter, const GutterLine& line, int top) const;
 };
 
 } // namespace pivex

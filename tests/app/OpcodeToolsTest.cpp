@@ -47,20 +47,6 @@ private Q_SLOTS:
         QCOMPARE(opcodeTools.size(), definitions.size());
     }
 
-    void keepsTheToolsOfACategoryTogether() {
-        std::vector<std::pair<std::string_view, int>> runs;
-        for (const OpcodeTool& tool : opcodeTools) {
-            if (runs.empty() || runs.back().first != tool.category) {
-                runs.emplace_back(tool.category, 0);
-            }
-            ++runs.back().second;
-        }
-        const std::vector<std::pair<std::string_view, int>> expected{
-            {"Control Flow", 16}, {"GPIO", 13},         {"Timing", 6},  {"Memory", 12},
-            {"Math", 11},         {"Add-on Boards", 4}, {"Display", 11}};
-        QCOMPARE(runs, expected);
-    }
-
     void defaultsCompileOnceThePinsAreSet() {
         ChipDocument chip;
         for (const OpcodeTool& tool : opcodeTools) {
