@@ -35,6 +35,8 @@ void ChipWindow::checkFileRound() {
     const ChipDocument edited = document();
     const QString path = folder.filePath(u"self-check.chip"_s);
     write(path, edited);
+    populate(newDocument(), {});
+    expect(document() == newDocument(), "a new document is not empty");
     populate(read(path), path);
     expect(!dirty, "a loaded document counts as edited");
     expect(document().name == edited.name && document().strings == edited.strings,

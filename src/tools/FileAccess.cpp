@@ -13,6 +13,12 @@ namespace {
     throw std::runtime_error(file.errorString().toStdString());
 }
 
+void refuseAbove(const std::optional<FileLimit>& limit, qint64 size) {
+    if (limit && static_cast<std::size_t>(size) > limit->bytes) {
+        throw std::runtime_error(limit->message);
+    }
+}
+
 } // namespace
 
 std::string readFileBytes(const QString& path, const std::optional<FileLimit>& limit) {
@@ -20,13 +26,14 @@ std::string readFileBytes(const QString& path, const std::optional<FileLimit>& l
     if (!file.open(QIODevice::ReadOnly)) {
         fail(file);
     }
-    if (limit && static_cast<std::size_t>(file.size()) > limit->bytes) {
-        throw std::runtime_error(limit->message);
-    }
-    const QByteArray bytes = file.readAll();
+    refuseAbove(limit, file.size());
+    // A device has no size but may have no end either.
+    const QByteArray bytes =
+        limit ? file.read(static_cast<qint64>(limit->bytes) + 1) : file.readAll();
     if (file.error() != QFileDevice::NoError) {
         fail(file);
     }
+    refuseAbove(limit, bytes.size());
     return bytes.toStdString();
 }
 

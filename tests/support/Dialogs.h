@@ -40,7 +40,7 @@ public:
 
     /// Presses a standard button of the next message box, after running `before`.
     void answer(QMessageBox::StandardButton button, std::function<void()> before = {}) {
-        answer([button, before](QWidget* dialog) {
+        answer([button, before = std::move(before)](QWidget* dialog) {
             run(before);
             press(qobject_cast<QMessageBox*>(dialog)->button(button));
         });
@@ -48,7 +48,7 @@ public:
 
     /// Presses the button of the next dialog that reads `text`, after running `before`.
     void answer(const QString& text, std::function<void()> before = {}) {
-        answer([text, before](QWidget* dialog) {
+        answer([text, before = std::move(before)](QWidget* dialog) {
             run(before);
             for (QAbstractButton* button : dialog->findChildren<QAbstractButton*>()) {
                 if (plain(button) == text) {
@@ -61,7 +61,7 @@ public:
 
     /// Types one key into the next dialog: Return takes the default button, Escape leaves.
     void answer(Qt::Key key, std::function<void()> before = {}) {
-        answer([key, before](QWidget* dialog) {
+        answer([key, before = std::move(before)](QWidget* dialog) {
             run(before);
             QTest::keyClick(dialog, key);
         });
@@ -73,6 +73,12 @@ public:
             dialog->findChild<QLineEdit*>()->setText(path);
             QMetaObject::invokeMethod(dialog, "accept");
         });
+    }
+
+    /// Drops all answers and records.
+    void forget() {
+        answers.clear();
+        seen.clear();
     }
 
     /// All dialogs so far, oldest first.
