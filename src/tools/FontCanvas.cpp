@@ -34,9 +34,14 @@ constexpr int previewMargin = 8;
 constexpr QSize previewGap(12, 24); ///< between glyphs; the caption stands in the lower one
 constexpr int captionBaseline = 15;
 
+std::size_t columnIndex(const FontDocument& font, int glyph, int column) {
+    const int at = glyph * font.width + column;
+    return static_cast<std::size_t>(at);
+}
+
 bool isLit(const FontDocument& font, int glyph, int column, int row) {
-    const auto at = static_cast<std::size_t>(glyph * font.width + column);
-    return (font.columns[at] >> (font.height - 1 - row) & 1) != 0;
+    const int value = font.columns[columnIndex(font, glyph, column)];
+    return (value >> (font.height - 1 - row) & 1) != 0;
 }
 
 /// Where the pixels of one glyph stand: squares of `cell` screen pixels from `origin` on.
@@ -220,8 +225,8 @@ void FontCanvas::mousePressEvent(QMouseEvent* event) {
 
 void FontCanvas::toggle(int column, int row) {
     FontDocument& font = *open.font;
-    const auto at = static_cast<std::size_t>(open.selectedGlyph * font.width + column);
-    font.columns[at] = static_cast<std::uint8_t>(font.columns[at] ^ 1 << (font.height - 1 - row));
+    std::uint8_t& value = font.columns[columnIndex(font, open.selectedGlyph, column)];
+    value = static_cast<std::uint8_t>(value ^ 1 << (font.height - 1 - row));
     if (edited) {
         edited();
     }

@@ -23,7 +23,8 @@ FontDocument patterned(int width, int height, int glyphs) {
 }
 
 bool isLit(const FontDocument& font, int glyph, int column, int row) {
-    const int value = font.columns[static_cast<std::size_t>(glyph * font.width + column)];
+    const int at = glyph * font.width + column;
+    const int value = font.columns.at(static_cast<std::size_t>(at));
     return ((value << row) & (1 << (font.height - 1))) != 0;
 }
 
@@ -139,7 +140,8 @@ void FontCanvasTest::clicksToggleTheirPixel() {
     canvas.resize(184, 272);
     FontDocument after = before;
     if (pixel.x() >= 0) {
-        after.columns[static_cast<std::size_t>(5 + pixel.x())] ^=
+        const int column = 5 + pixel.x();
+        after.columns[static_cast<std::size_t>(column)] ^=
             static_cast<std::uint8_t>(0x40 >> pixel.y());
     }
     click(canvas, at, button);

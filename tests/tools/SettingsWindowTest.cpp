@@ -2,6 +2,7 @@
 
 #include "support/Dialogs.h"
 
+#include <QAbstractItemView>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
@@ -46,7 +47,7 @@ struct Bench {
         : window(openLinuxSettingsWindow(nullptr,
                                          {.connected = [this] { return connected; },
                                           .ready = [this] { return ready; },
-                                          .request = [this](Bytes bytes) { take(bytes); }},
+                                          .request = [this](const Bytes& bytes) { take(bytes); }},
                                          fontSlots)) {}
 
     void take(const Bytes& bytes) {
@@ -118,14 +119,12 @@ private Q_SLOTS:
     void showsOnlyWhatTheBoardConfirmed();
     void controlsFollowTheState_data();
     void controlsFollowTheState();
-    void saysWhichFontIsCurrent_data();
     void saysWhichFontIsCurrent();
     void keepsTheDropDown();
     void selectsInOrderOfPreference();
     void becomesUnknownAgain();
     void showsARefusedRequest();
     void twoSpacesDoNotClose();
-    void closes();
 };
 
 void SettingsWindowTest::beginsUnknown() {
@@ -214,44 +213,32 @@ void SettingsWindowTest::showsOnlyWhatTheBoardConfirmed() {
 }
 
 void SettingsWindowTest::controlsFollowTheState_data() {
-    QTest::addColumn<bool>("connected");
-    QTest::addColumn<bool>("ready");
-    QTest::addColumn<bool>("hasFonts");
-    QTest::addColumn<bool>("pending");
+    QTest::addColumn<QByteArray>("state"); // of: Connected, Ready, Fonts stored, Pending
     QTest::addColumn<QByteArray>("look");
     QTest::addColumn<QString>("message"); // empty when hidden
-    const QString loading = u"Loading saved font slots…"_s;
-    const QString none = u"No fonts are currently saved on Pivex."_s;
-    const QString connect = u"Connect to Pivex to change the default font."_s;
-    const auto row = [](const char* name, bool connected, bool ready, bool hasFonts, bool pending,
-                        const char* look, const QString& message) {
-        QTest::newRow(name) << connected << ready << hasFonts << pending << QByteArray(look)
-                            << message;
+    const auto row = [](const char* state, const char* look, const QString& message) {
+        QTest::newRow(state) << QByteArray(state) << QByteArray(look) << message;
     };
-    row("idle", true, true, true, false, "CUUSXXDSR", {});
-    row("busy", true, false, true, false, "cuusxxdsr", {});
-    row("pending", true, true, true, true, "cuusxxdsr", {});
-    row("no fonts", true, true, false, false, "CUUSXX--R", none);
-    row("no fonts yet", true, true, false, true, "cuusxx--r", loading);
-    row("not connected", false, true, true, false, "cuusxx--r", connect);
-    row("not connected, no fonts", false, true, false, false, "cuusxx--r", connect);
+    row("CRF", "CUUSXXDSR", {});
+    row("CF", "cuusxxdsr", {});
+    row("CRFP", "cuusxxdsr", {});
+    row("CR", "CUUSXX--R", u"No fonts are currently saved on Pivex."_s);
+    row("CRP", "cuusxx--r", u"Loading saved font slots…"_s);
+    row("RFP", "cuusxx--r", u"Connect to Pivex to change the default font."_s);
 }
 
 void SettingsWindowTest::controlsFollowTheState() {
-    QFETCH(bool, connected);
-    QFETCH(bool, ready);
-    QFETCH(bool, hasFonts);
-    QFETCH(bool, pending);
+    QFETCH(QByteArray, state);
     QFETCH(QByteArray, look);
     QFETCH(QString, message);
-    const FontSlots fontSlots = hasFonts ? storedFonts() : FontSlots{};
+    const FontSlots fontSlots = state.contains('F') ? storedFonts() : FontSlots{};
     Bench bench(fontSlots);
     bench.receive(record(0, 0, 1, 0, 3));
-    if (pending) {
+    if (state.contains('P')) {
         bench.press("auxBox");
     }
-    bench.connected = connected;
-    bench.ready = ready;
+    bench.connected = state.contains('C');
+    bench.ready = state.contains('R');
     bench.update(fontSlots);
     QCOMPARE(bench.look(), look);
     QCOMPARE(bench.isShown("fontMessageLabel"), !message.isEmpty());
@@ -260,21 +247,16 @@ void SettingsWindowTest::controlsFollowTheState() {
     }
 }
 
-void SettingsWindowTest::saysWhichFontIsCurrent_data() {
-    QTest::addColumn<int>("font");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("stored") << 2 << u"Current: <b>Two</b>"_s;
-    QTest::newRow("empty slot") << 0 << u"Current slot: 0 (no saved font)"_s;
-    QTest::newRow("unread slot") << 5 << u"Current slot: 5 (no saved font)"_s;
-    QTest::newRow("no slot") << 255 << u"Current slot: 255 (no saved font)"_s;
-}
-
 void SettingsWindowTest::saysWhichFontIsCurrent() {
-    QFETCH(int, font);
-    QFETCH(QString, text);
     Bench bench;
-    bench.receive(record(0, 0, 0, 0, font));
-    QCOMPARE(bench.label("currentFontLabel"), text);
+    const QList<std::pair<int, QString>> texts{{2, u"Current: <b>Two</b>"_s},
+                                               {0, u"Current slot: 0 (no saved font)"_s},
+                                               {5, u"Current slot: 5 (no saved font)"_s},
+                                               {255, u"Current slot: 255 (no saved font)"_s}};
+    for (const auto& [font, text] : texts) {
+        bench.receive(record(0, 0, 0, 0, font));
+        QCOMPARE(bench.label("currentFontLabel"), text);
+    }
 }
 
 void SettingsWindowTest::keepsTheDropDown() {
@@ -357,19 +339,10 @@ void SettingsWindowTest::twoSpacesDoNotClose() {
         bench.receive(record(0, 2, 0, 0, 4));
         QWidget& control = child<QWidget>(*bench.window, name);
         QCOMPARE(bench.window->focusWidget() == &control, control.isEnabled());
+        bench.press("closeButton");
+        QVERIFY(!bench.window->isVisible());
     }
 }
-
-void SettingsWindowTest::closes() {
-    QPointer<QWidget> window = openLinuxSettingsWindow(nullptr, {}, {});
-    receivedLinuxSettings(nullptr, {});
-    updateLinuxSettingsWindow(nullptr, {}, u"Message"_s, true);
-    child(*window, "closeButton").click();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(window.isNull());
-}
-
-Q_DECLARE_METATYPE(pivex::DeviceSettings)
 
 QTEST_MAIN(SettingsWindowTest)
 #include "SettingsWindowTest.moc"
