@@ -26,8 +26,8 @@ std::string asciiUpper(std::string_view text);
 std::optional<std::uint64_t> parseDigits(std::string_view digits, unsigned base,
                                          std::uint64_t limit);
 
-/// The value of `digits` with an optional single sign out of `signs` in front, if it fits a
-/// signed 32-bit integer; empty otherwise.
+/// The value of `text`, decimal digits with an optional single sign out of `signs` in front, if it
+/// fits a signed 32-bit integer; empty otherwise.
 std::optional<std::int32_t> parseInt32(std::string_view text, std::string_view signs);
 
 /// `value` in upper-case hexadecimal without prefix or leading zeros; 0 gives "0".

@@ -29,6 +29,7 @@ struct Line {
 /// but does not copy.
 class LineList {
 public:
+    /// The lines refer to the words and the words to the characters.
     LineList(std::vector<Line> lineTable, std::vector<std::string_view> wordTable,
              std::vector<char> wordCharacters);
     ~LineList() = default;

@@ -29,12 +29,15 @@ struct Statement {
     const Definition* definition = nullptr; ///< set for `named` only
     std::uint32_t opcode = 0;               ///< of a `named` or `raw` instruction
 
+    /// Whether the compiler makes bytes of it.
     bool isInstruction() const {
         return kind == StatementKind::named || kind == StatementKind::raw;
     }
 
+    /// The first word.
     std::string_view name() const { return line.tokens.front(); }
 
+    /// The words after the first.
     std::span<const std::string_view> arguments() const { return line.tokens.subspan(1); }
 };
 

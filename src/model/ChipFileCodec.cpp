@@ -171,13 +171,11 @@ ChipDocument decodeChip(std::string_view bytes) {
     if (!isUtf8(bytes)) {
         throw std::runtime_error("The chip file could not be read as UTF-8 text.");
     }
-    if (bytes.starts_with(utf8Mark)) {
-        bytes.remove_prefix(utf8Mark.size());
-    }
-    if (bytes.empty()) {
+    const std::string_view content = withoutByteOrderMark(bytes);
+    if (content.empty()) {
         throw std::runtime_error("The chip file is empty.");
     }
-    const std::string text = normalize(bytes, '\n');
+    const std::string text = normalize(content, '\n');
     Reader reader;
     std::string_view rest = text;
     while (!rest.empty()) {

@@ -69,4 +69,9 @@ bool isUtf8(std::string_view bytes) {
     return true;
 }
 
+std::string_view withoutByteOrderMark(std::string_view text) {
+    constexpr std::string_view mark = "\xEF\xBB\xBF";
+    return text.starts_with(mark) ? text.substr(mark.size()) : text;
+}
+
 } // namespace pivex

@@ -3,15 +3,8 @@
 #include "base/Text.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 
 namespace pivex {
-
-std::string_view withoutByteOrderMark(std::string_view text) {
-    constexpr std::string_view mark = "\xEF\xBB\xBF";
-    return text.starts_with(mark) ? text.substr(mark.size()) : text;
-}
 
 std::string_view takeLine(std::string_view& rest) {
     const std::string_view line = rest.substr(0, rest.find('\n'));
@@ -34,12 +27,6 @@ std::optional<KeyLine> keyLine(std::string_view line) {
     }
     return KeyLine{asciiLower(trimmed(line.substr(0, equals), artworkBlanks)),
                    trimmed(line.substr(equals + 1), artworkBlanks)};
-}
-
-void appendDecimal(std::string& text, std::int64_t value) {
-    std::array<char, 20> digits{};
-    const auto [end, error] = std::to_chars(digits.begin(), digits.end(), value);
-    text.append(digits.begin(), end);
 }
 
 } // namespace pivex

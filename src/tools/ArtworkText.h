@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,9 +9,6 @@ namespace pivex {
 /// What surrounds a line, a key or a value of an artwork file. Vertical tab and form feed are not
 /// among these.
 inline constexpr std::string_view artworkBlanks = " \t\n\r";
-
-/// `text` without a leading UTF-8 byte order mark.
-std::string_view withoutByteOrderMark(std::string_view text);
 
 /// Takes the first line off `rest`, up to and with its line feed, and gives it without that.
 std::string_view takeLine(std::string_view& rest);
@@ -29,8 +25,5 @@ struct KeyLine {
 
 /// `line` cut at its first "=", both sides trimmed; empty when there is none.
 std::optional<KeyLine> keyLine(std::string_view line);
-
-/// Appends `value` in decimal to `text`.
-void appendDecimal(std::string& text, std::int64_t value);
 
 } // namespace pivex

@@ -1,6 +1,7 @@
 #include "tools/FontDocument.h"
 
 #include "base/Text.h"
+#include "model/Utf8.h"
 #include "tools/ArtworkText.h"
 
 #include <algorithm>
@@ -10,8 +11,6 @@
 namespace pivex {
 
 namespace {
-
-constexpr std::int32_t maxHeight = 8;
 
 std::string glyphLabel(std::int32_t glyph) {
     if (glyph == 0) {
@@ -26,13 +25,12 @@ std::string glyphLabel(std::int32_t glyph) {
 void appendColumn(std::string& text, unsigned column, std::int32_t height) {
     text += "0b";
     for (std::int32_t bit = height - 1; bit >= 0; --bit) {
-        text += bit < maxHeight && (column >> bit & 1U) != 0 ? '1' : '0';
+        text += bit < maxFontHeight && (column >> bit & 1U) != 0 ? '1' : '0';
     }
 }
 
 void appendGlyph(std::string& text, const FontDocument& font, std::int32_t glyph) {
-    text += "\n# Glyph ";
-    appendDecimal(text, glyph);
+    text.append("\n# Glyph ").append(std::to_string(glyph));
     text.append(" - ").append(glyphLabel(glyph)).append("\n");
     const auto width = static_cast<std::size_t>(font.width);
     const std::size_t first = static_cast<std::size_t>(glyph) * width;
@@ -105,7 +103,7 @@ void readLine(FontFile& file, std::string_view line) {
     if (file.isInData) {
         readColumns(file.font, line);
     } else if (asciiLower(line) == "[data]") {
-        if (file.font.height < 1 || file.font.height > maxHeight) {
+        if (file.font.height < 1 || file.font.height > maxFontHeight) {
             throw std::runtime_error("Font height must be 1 through 8.");
         }
         file.isInData = true;
@@ -143,12 +141,10 @@ std::string FontDocument::text() const {
     std::string text;
     text.reserve(keyBytes + name.size() + columns.size() * columnBytes +
                  static_cast<std::size_t>(glyphs) * glyphBytes);
-    text.append("name=").append(name).append("\nwidth=");
-    appendDecimal(text, width);
-    text.append("\nheight=");
-    appendDecimal(text, height);
-    text.append("\nsize=");
-    appendDecimal(text, static_cast<std::int64_t>(columns.size()));
+    text.append("name=").append(name);
+    text.append("\nwidth=").append(std::to_string(width));
+    text.append("\nheight=").append(std::to_string(height));
+    text.append("\nsize=").append(std::to_string(columns.size()));
     text.append("\n\n[data]\n");
     for (std::int32_t glyph = 0; glyph < glyphs; ++glyph) {
         appendGlyph(text, *this, glyph);

@@ -14,6 +14,9 @@ inline constexpr int firstGlyphCode = 32;
 /// Glyphs 0 to 94 stand for the printable ASCII characters, the space first.
 inline constexpr int printableGlyphs = 95;
 
+/// Most pixel rows of a glyph; a column is one byte.
+inline constexpr int maxFontHeight = 8;
+
 /// Largest font file that is read, in bytes.
 inline constexpr std::size_t maxFontFileBytes = 4'000'000;
 

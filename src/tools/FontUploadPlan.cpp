@@ -1,5 +1,6 @@
 #include "tools/FontUploadPlan.h"
 
+#include "device/DeviceRecords.h"
 #include "tools/BoardUpload.h"
 
 #include <algorithm>
@@ -9,14 +10,12 @@ namespace pivex {
 
 namespace {
 
-constexpr std::int32_t lastFontSlot = 5;
-constexpr std::int32_t maxBoardHeight = 8;
 constexpr std::size_t maxBoardGlyphs = 255;
 constexpr std::int32_t maxBoardWidth = 255;
 
 bool fitsBoard(const FontDocument& font, std::int32_t slot) {
-    if (slot < 0 || slot > lastFontSlot || font.width < 1 || font.width > maxBoardWidth ||
-        font.height < 1 || font.height > maxBoardHeight) {
+    if (slot < 0 || slot >= fontSlotCount || font.width < 1 || font.width > maxBoardWidth ||
+        font.height < 1 || font.height > maxFontHeight) {
         return false;
     }
     const std::size_t count = font.columns.size();

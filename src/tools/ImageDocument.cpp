@@ -1,6 +1,7 @@
 #include "tools/ImageDocument.h"
 
 #include "base/Text.h"
+#include "model/Utf8.h"
 #include "tools/ArtworkText.h"
 #include "tools/BoardUpload.h"
 
@@ -134,12 +135,10 @@ std::string ImageDocument::text() const {
     constexpr std::size_t keyBytes = 80;
     std::string text;
     text.reserve(keyBytes + name.size() + rle.size() * sizeof "255");
-    text.append("name=").append(name).append("\n\nwidth=");
-    appendDecimal(text, width);
-    text.append("\n\nheight=");
-    appendDecimal(text, height);
-    text.append("\n\nsize=");
-    appendDecimal(text, static_cast<std::int64_t>(rle.size()));
+    text.append("name=").append(name);
+    text.append("\n\nwidth=").append(std::to_string(width));
+    text.append("\n\nheight=").append(std::to_string(height));
+    text.append("\n\nsize=").append(std::to_string(rle.size()));
     text.append("\n\n[data]\n\n");
     for (std::size_t at = 0; at + bytesPerRun <= rle.size(); at += bytesPerRun) {
         appendRunLine(text, std::span(rle).subspan(at).first<bytesPerRun>());

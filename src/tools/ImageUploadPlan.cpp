@@ -1,5 +1,6 @@
 #include "tools/ImageUploadPlan.h"
 
+#include "device/DeviceRecords.h"
 #include "tools/BoardUpload.h"
 
 #include <stdexcept>
@@ -8,10 +9,8 @@ namespace pivex {
 
 namespace {
 
-constexpr std::int32_t lastImageSlot = 239;
-
 void checkUpload(const ImageDocument& image, std::int32_t slot) {
-    if (slot < 1 || slot > lastImageSlot) {
+    if (slot < 1 || slot > imageSlotCount) {
         throw std::runtime_error("Image slot must be 1-239. Slot zero is reserved.");
     }
     checkImageSize(image.width, image.height);

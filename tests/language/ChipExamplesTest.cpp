@@ -30,12 +30,15 @@ private Q_SLOTS:
 
 void ChipExamplesTest::works_data() {
     QTest::addColumn<QString>("path");
+    int count = 0;
     for (const auto& entry : std::filesystem::directory_iterator(PIVEX_EXAMPLES_DIR)) {
         if (entry.path().extension() == ".chip") {
             QTest::newRow(entry.path().stem().c_str())
                 << QString::fromStdString(entry.path().string());
+            ++count;
         }
     }
+    QVERIFY(count >= 10);
 }
 
 void ChipExamplesTest::works() {

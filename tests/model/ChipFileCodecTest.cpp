@@ -10,23 +10,23 @@ using namespace pivex;
 namespace {
 
 /// "name|pins|type|imageIndex|code|strings that are not empty, as 3=text", or "!" and the error.
-QByteArray contentOf(const QByteArray& file) try {
-    const ChipDocument document = decodeChip(file.toStdString());
-    QByteArrayList fields{QByteArray::fromStdString(document.name),
-                          QByteArray::number(document.pins), QByteArray::number(document.type),
-                          QByteArray::number(document.imageIndex),
-                          QByteArray::fromStdString(document.code)};
-    for (std::size_t index = 0; index < document.strings.size(); ++index) {
-        if (!document.strings[index].empty()) {
-            fields.append(QByteArray::number(index) + "=" +
-                          QByteArray::fromStdString(document.strings[index]));
+QByteArray contentOf(const QByteArray& file) {
+    try {
+        const ChipDocument document = decodeChip(file.toStdString());
+        QByteArrayList fields{QByteArray::fromStdString(document.name),
+                              QByteArray::number(document.pins), QByteArray::number(document.type),
+                              QByteArray::number(document.imageIndex),
+                              QByteArray::fromStdString(document.code)};
+        for (std::size_t index = 0; index < document.strings.size(); ++index) {
+            if (!document.strings[index].empty()) {
+                fields.append(QByteArray::number(index) + "=" +
+                              QByteArray::fromStdString(document.strings[index]));
+            }
         }
+        return fields.join('|');
+    } catch (const std::runtime_error& error) {
+        return QByteArray("!") + error.what();
     }
-    return fields.join('|');
-
-} catch (const std::runtime_error& error) {
-
-    return QByteArray("!") + error.what();
 }
 
 } // namespace
