@@ -206,6 +206,7 @@ void ChipWindow::batchSaveToPivex() {
 
 std::vector<UploadPlan> ChipWindow::batchPlans() const {
     std::vector<std::filesystem::path> paths;
+    paths.reserve(static_cast<std::size_t>(files->count()));
     for (int row = 0; row < files->count(); ++row) {
         paths.emplace_back(files->item(row)->data(Qt::UserRole).toString().toStdString());
     }
