@@ -15,10 +15,14 @@ struct RoleColor {
 };
 
 constexpr RoleColor roleColors[] = {
-    {QPalette::Window, 0x22292c},      {QPalette::WindowText, 0xe1e5e7},
-    {QPalette::Base, 0x1c2225},        {QPalette::AlternateBase, 0x30383c},
-    {QPalette::Text, 0xe1e5e7},        {QPalette::Button, 0x343e42},
-    {QPalette::ButtonText, 0xe1e5e7},  {QPalette::Highlight, 0x2677b7},
+    {QPalette::Window, 0x22292c},
+    {QPalette::WindowText, 0xe1e5e7},
+    {QPalette::Base, 0x1c2225},
+    {QPalette::AlternateBase, 0x30383c},
+    {QPalette::Text, 0xe1e5e7},
+    {QPalette::Button, 0x343e42},
+    {QPalette::ButtonText, 0xe1e5e7},
+    {QPalette::Highlight, 0x2677b7},
     {QPalette::HighlightedText, 0xffffff},
 };
 
