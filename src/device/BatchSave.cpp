@@ -54,6 +54,7 @@ void saveAll(const std::vector<UploadPlan>& plans, const Send& send, std::uint64
 std::vector<UploadPlan> prepareBatchFiles(const std::vector<std::filesystem::path>& files) {
     require(!files.empty(), "Add chip files to the list first.");
     std::vector<UploadPlan> plans;
+    plans.reserve(files.size());
     for (const std::filesystem::path& file : files) {
         plans.push_back(explained(
             "Batch preflight failed for " + file.filename().string() + ": ",

@@ -24,38 +24,44 @@ UploadPlan plan(const std::string& name) {
     return {name, 16, {{Command::UploadMetadata, {1}}, {Command::UploadCodeLength, {2}}}};
 }
 
-/// The requests by name, each with what stands behind its colon.
-const std::map<QByteArray, std::function<void(SerialMailbox&, QByteArray)>> requests{
+const std::vector<ImagePacket> image{{Command::ImageDataChunk, {1}, false},
+                                     {Command::ImageDataCommit, {}, true}};
+const std::vector<FontPacket> font{{Command::FontDataChunk, {1}, false},
+                                   {Command::FontDataCommit, {}, true}};
+
+using Request = std::function<void(SerialMailbox&, const QByteArray&)>;
+
+template<typename Slot, typename Value>
+Request put(Slot CompoundRequests::*slot, Value value) {
+    return [=](SerialMailbox& box, const QByteArray&) { box.put(slot, value); };
+}
+
+Request number(std::atomic<int> SerialMailbox::*slot) {
+    return [=](SerialMailbox& box, const QByteArray& value) { box.*slot = value.toInt(); };
+}
+
+Request flag(std::atomic<bool> SerialMailbox::*slot) {
+    return [=](SerialMailbox& box, const QByteArray&) { box.*slot = true; };
+}
+
+/// The requests by name; each takes what stands behind its colon.
+const std::map<QByteArray, Request> requests{
     {"settings",
-     [](auto& box, auto hex) { box.put(&CompoundRequests::settingsRequest, fromHex(hex)); }},
-    {"image",
-     [](auto& box, auto) {
-         box.put(&CompoundRequests::imagePackets,
-                 std::vector<ImagePacket>{{Command::ImageDataChunk, {1}, false},
-                                          {Command::ImageDataCommit, {}, true}});
-     }},
-    {"font",
-     [](auto& box, auto) {
-         box.put(&CompoundRequests::fontPackets,
-                 std::vector<FontPacket>{{Command::FontDataChunk, {1}, false},
-                                         {Command::FontDataCommit, {}, true}});
-     }},
-    {"delete-image", [](auto& box, auto slot) { box.deleteImage = slot.toInt(); }},
-    {"load-image", [](auto& box, auto slot) { box.loadImage = slot.toInt(); }},
-    {"list-images", [](auto& box, auto) { box.refreshImages = true; }},
-    {"list-fonts", [](auto& box, auto) { box.refreshFonts = true; }},
-    {"delete", [](auto& box, auto index) { box.deleteChip = index.toInt(); }},
-    {"save", [](auto& box, auto) { box.put(&CompoundRequests::saveRequested, true); }},
-    {"batch",
-     [](auto& box, auto) {
-         box.put(&CompoundRequests::batch, std::vector{plan("A"), plan("B")});
-     }},
-    {"no-batch",
-     [](auto& box, auto) { box.put(&CompoundRequests::batch, std::vector<UploadPlan>{}); }},
-    {"erase", [](auto& box, auto) { box.eraseAll = true; }},
-    {"upload", [](auto& box, auto) { box.put(&CompoundRequests::upload, plan("T")); }},
-    {"list", [](auto& box, auto) { box.refreshChips = true; }},
-    {"load", [](auto& box, auto index) { box.loadChip = index.toInt(); }},
+     [](auto& box, auto& hex) { box.put(&CompoundRequests::settingsRequest, fromHex(hex)); }},
+    {"image", put(&CompoundRequests::imagePackets, image)},
+    {"delete-image", number(&SerialMailbox::deleteImage)},
+    {"load-image", number(&SerialMailbox::loadImage)},
+    {"list-images", flag(&SerialMailbox::refreshImages)},
+    {"font", put(&CompoundRequests::fontPackets, font)},
+    {"list-fonts", flag(&SerialMailbox::refreshFonts)},
+    {"delete", number(&SerialMailbox::deleteChip)},
+    {"save", put(&CompoundRequests::saveRequested, true)},
+    {"batch", put(&CompoundRequests::batch, std::vector{plan("A"), plan("B")})},
+    {"no-batch", put(&CompoundRequests::batch, std::vector<UploadPlan>())},
+    {"erase", flag(&SerialMailbox::eraseAll)},
+    {"upload", put(&CompoundRequests::upload, plan("T"))},
+    {"list", flag(&SerialMailbox::refreshChips)},
+    {"load", number(&SerialMailbox::loadChip)},
 };
 
 /// What the event holds beside its text.
@@ -68,8 +74,8 @@ std::string payloadOf(const SerialEvent& event) {
     };
     text += event.font.name;
     if (event.kind == SerialEvent::Kind::ChipLoaded) {
-        const auto& [name, pins, type, image, code, strings] = event.chip;
-        add(std::array{type, pins, image});
+        const auto& [name, pins, type, picture, code, strings] = event.chip;
+        add(std::array{type, pins, picture});
         text += " " + name + " " + code + " " + strings[0] + " " + strings[7];
     } else if (event.kind == SerialEvent::Kind::ImageLoaded) {
         text += " " + event.image.name;
@@ -318,35 +324,33 @@ private Q_SLOTS:
     }
 
     void settingsAreChecked() {
-        // Each number with the record byte that must show its largest value.
+        const QByteArray changed =
+            " The setting may have changed. Reconnect and read it before retrying.";
+        const auto check = [](const QByteArray& write, const QByteArray& answer,
+                              const QByteArray& outcome) {
+            ScriptedBoard board(answer);
+            const QByteArray log = served("settings:" + write, board);
+            QVERIFY2(log.contains(outcome), log + " for " + write);
+            QCOMPARE(board.sent(), answer.isEmpty() ? QByteArray() : "e4" + write);
+        };
         for (const auto& [setting, largest, byte] : settingRules) {
             Bytes record(15);
             record[0] = 0xE5;
             record[byte + 1] = largest;
             const QByteArray write = "01" + toHex({setting, largest});
-            ScriptedBoard confirming(toHex(record));
-            QVERIFY(served("settings:" + write, confirming)
-                        .contains("SettingsLoaded Pivex settings updated and confirmed."));
-            QCOMPARE(confirming.sent(), "e4" + write);
+            check(write, toHex(record), "Loaded Pivex settings updated and confirmed.");
             record[byte + 1] = 9;
-            ScriptedBoard other(toHex(record));
-            QVERIFY(served("settings:" + write, other)
-                        .endsWith("! Settings operation stopped: PCB returned a different setting "
-                                  "value. Refresh settings before retrying. The setting may have "
-                                  "changed. Reconnect and read it before retrying."));
+            check(write, toHex(record),
+                  "PCB returned a different setting value. Refresh settings "
+                  "before retrying." +
+                      changed);
         }
-        ScriptedBoard silent("");
         for (const char* bad : {"", "01", "0000", "0107", "000702", "020700", "01070200"}) {
-            QVERIFY(served(QByteArray("settings:") + bad, silent)
-                        .endsWith("! Settings operation stopped: Invalid settings request."));
+            check(bad, {}, "! Settings operation stopped: Invalid settings request.");
         }
         for (const char* bad : {"010202", "010303", "010502", "010602", "010706", "010400"}) {
-            QVERIFY(served(QByteArray("settings:") + bad, silent)
-                        .endsWith("! Settings operation stopped: Invalid setting or setting value. "
-                                  "The setting may have changed. Reconnect and read it before "
-                                  "retrying."));
+            check(bad, {}, "stopped: Invalid setting or setting value." + changed);
         }
-        QCOMPARE(silent.sent(), "");
     }
 
     void savingStaysPossibleAfter_data() {

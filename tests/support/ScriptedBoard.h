@@ -1,22 +1,13 @@
 #pragma once
 
 #include "device/BoardCalls.h"
-#include "device/BoardQuery.h"
+#include "support/Hex.h"
 
 #include <QByteArrayList>
 
 #include <stdexcept>
 
 namespace pivex::testing {
-
-inline Bytes fromHex(const QByteArray& hex) {
-    const QByteArray bytes = QByteArray::fromHex(hex);
-    return {bytes.begin(), bytes.end()};
-}
-
-inline QByteArray toHex(const Bytes& bytes) {
-    return QByteArray::fromStdString({bytes.begin(), bytes.end()}).toHex();
-}
 
 /// A board whose answers are written down and that notes what it was asked.
 class ScriptedBoard {
