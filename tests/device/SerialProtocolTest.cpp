@@ -83,7 +83,7 @@ private Q_SLOTS:
     }
 
     void brokenFramesAreRejected() {
-        for (const char* frame : {"", "00dc0246", "05dc0246", "03dcbe", "04da00030205"}) {
+        for (const char* frame : {"", "00dc0246", "05dc0246", "03dc1a", "05da0003a1"}) {
             Bytes packet{1, 2};
             QVERIFY2(!decodePacket(fromHex(frame), packet), frame);
             QVERIFY(packet.empty());
