@@ -100,6 +100,7 @@ BoardModel boardWith(int chips, std::size_t codeBytes) {
 
 std::vector<Operation> operations() {
     std::vector<UploadPlan> batch;
+    batch.reserve(100);
     for (int i = 0; i < 100; ++i) {
         batch.push_back(planOf("Test " + std::to_string(i), 100));
     }
