@@ -79,7 +79,9 @@ void ChipWindow::populate(const ChipDocument& source, const QString& path) {
     {
         const QScopedValueRollback guard(loading, true);
         fields.name->setText(QString::fromStdString(source.name));
-        fields.code->setPlainText(QString::fromStdString(source.code));
+        // A line separator would make two source lines of one block.
+        fields.code->setPlainText(
+            QString::fromStdString(source.code).replace(QChar::LineSeparator, u'\n'));
         options(fields.type, chipTypes, source.type);
         options(fields.pins, pinOptions, source.pins);
         options(fields.image, imageOptions, source.imageIndex);

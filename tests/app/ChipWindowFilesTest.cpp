@@ -216,12 +216,15 @@ private Q_SLOTS:
         QTest::newRow("instruction number, not line")
             << u"\n\nGOSTRT\n\n<B>\nENDTEST\nFUNC f"_s << unknown
             << unknown + u"\nLine 3: Unclosed FUNC block."_s << 4;
+        QTest::newRow("line separator") << u"GOSTRT\u2028<B>\nENDTEST"_s << unknown << unknown << 1;
     }
 
     void compilesAndScans() {
         ChipWindowBench bench;
         QFETCH(const QString, code);
-        bench.code.setPlainText(code);
+        ChipDocument chip;
+        chip.code = code.toStdString();
+        bench.window.populate(chip, {});
         bench.click("compileButton");
         QTEST(bench.output(), "compiled");
         QTEST(bench.code.textCursor().blockNumber(), "caretBlock");
