@@ -92,9 +92,10 @@ void ImageWindow::openFile() {
 }
 
 void ImageWindow::readFile(const QString& path) {
-    ImageDocument image = readImageFile(path);
+    readImageFile(path);
     if (discard()) {
-        adopt(std::move(image), path, false);
+        // Read only now: the changes may have been saved into this very file.
+        adopt(readImageFile(path), path, false);
     }
 }
 
