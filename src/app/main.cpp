@@ -10,6 +10,7 @@
 namespace {
 
 using namespace pivex;
+using namespace Qt::Literals::StringLiterals;
 
 int exitCode(bool passed) {
     return passed ? EXIT_SUCCESS : EXIT_FAILURE;
@@ -29,6 +30,7 @@ int runWindow(const StartupOptions& options) {
 
 int main(int argc, char* argv[]) {
     const QApplication application(argc, argv);
+    QGuiApplication::setDesktopFileName(u"org.pivex.PivexGUI"_s);
     applyLook();
     const StartupOptions options = parseStartupOptions(QApplication::arguments());
     switch (options.selfCheck) {
