@@ -25,6 +25,20 @@ QByteArray invalid(const char* word) {
            "'. Use UInt32 decimal/hex/binary, #R0..#R31, or a DIM name.";
 }
 
+/// What the gutter shows of each line: the numbers joined by commas, a "!" at every marked line.
+/// Behind a blank each, the instruction numbers of the lines -1, 0, 1 to two beyond the end.
+QByteArray gutterOf(const QByteArray& code) {
+    QByteArrayList entries;
+    for (const GutterLine& line : instructionGutter(code.toStdString(), 14)) {
+        entries.append(QByteArray::fromStdString(line.text) + (line.hasError ? "!" : ""));
+    }
+    QByteArrayList numbers{entries.join(',')};
+    for (int line = -1; line <= entries.size() + 2; ++line) {
+        numbers.append(QByteArray::number(diagnosticInstructionLine(code.toStdString(), line, 14)));
+    }
+    return numbers.join(' ');
+}
+
 } // namespace
 
 class CheckerTest : public QObject {
@@ -35,11 +49,9 @@ private Q_SLOTS:
     void finds_data() {
         addTextCases({
             {"DIM A 1\nSETPIN A A", ""},
-            {"", "1: No executable instructions."},
             {"DIM A 1", "1: No executable instructions."},
             {"DIM 9 1", "1: Invalid or reserved DIM name '9'."},
-            {"foo ? ?", "1: Unknown opcode 'FOO'."},
-            {"SETIN 99\nGOSTRT\nFOO\nSETIN #R1",
+            {"SETIN 99\nGOSTRT\nFOO ?\nSETIN #R1",
              "1: Argument 1: Pin must be 1 through 14.|3: Unknown opcode 'FOO'.|"
              "4: Argument 1: This argument requires a literal, not a runtime #Rn reference."},
             {"ENDIF 5", "1: Unmatched ENDIF.|1: ENDIF expects 0 argument(s)."},
@@ -58,14 +70,12 @@ private Q_SLOTS:
             {"FUNC\nENDFUNC\nFUNC A B\nENDFUNC\nCALL A",
              "1: FUNC expects 1 argument(s).|3: FUNC expects 1 argument(s).|"
              "5: Undefined function 'A'."},
-            {"FUNC \xC3\xA4-BCDEFGHIJK\nENDFUNC\nFUNC \xC3\nENDFUNC\nFUNC F\nENDFUNC\nFUNC F",
-             "1: Function names are limited to 12 bytes.|3: Function names must be ASCII.|"
-             "7: Duplicate function 'F'.|7: Unclosed FUNC block."},
-            {"BRD_SEND_CMD 0x140 0 #R1\nBRD_GET_RSLT 64 #R1",
-             "1: Argument 1: Use a command byte, or a command byte followed by a result slot from "
-             "0 through 63 (for example 0x0101).|"
-             "2: Argument 1: Result slot must be from 0 through 63.|"
-             "2: Argument 2: This argument requires a literal, not a runtime #Rn reference."},
+            {"FUNC \xC3\xA4-BCDEFGHIJK\nENDFUNC\nFUNC F\nENDFUNC\nFUNC F",
+             "1: Function names are limited to 12 bytes.|5: Duplicate function 'F'.|"
+             "5: Unclosed FUNC block."},
+            {"BRD_GET_RSLT 64 #R1",
+             "1: Argument 1: Result slot must be from 0 through 63.|"
+             "1: Argument 2: This argument requires a literal, not a runtime #Rn reference."},
         });
     }
 
@@ -94,6 +104,21 @@ private Q_SLOTS:
         }
         QVERIFY(outcomes[0] > 500 && outcomes[1] > 500);
     }
+
+    void numbersLines_data() {
+        addTextCases({
+            {"", " -1 0 1 1 1"},
+            {"\r\n\n\r", ",,, -1 0 1 1 1 1 1 1"},
+            {"/* x */\nDIM X 1\nGOSTRT\nENDTEST\n// x", ",,1,2, -1 0 1 1 1 2 2 2 2"},
+            {"ASAFE\n\nFOO 1\nDIM SETPIN 1\nSETIN 99\r~0x10\n",
+             "1,,!,,2!,3, -1 0 1 2 2 2 2 3 3 3 3"},
+            {"LOOP 3\nSETPIN\n~0x01 ?", "1,2!,3! -1 0 1 2 3 3 3"},
+            {"LOOP ?\n/*\n*/ENDTEST", "1!,,2 -1 0 1 2 2 2 2"},
+            {"GOSTRT\n/* FOO\nSETIN 99\n", ",!,, -1 0 1 1 1 1 1 1"},
+        });
+    }
+
+    void numbersLines() { checkTextCase(gutterOf); }
 };
 
 QTEST_APPLESS_MAIN(CheckerTest)
