@@ -1,21 +1,19 @@
 #include "app/CodeColors.h"
 
 #include "app/OpcodeTools.h"
-
-#include <QtTest>
+#include "support/TextCases.h"
 
 using namespace pivex;
-using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
 /// One character per code point of `line`: the kind that colours it, or a dot.
-QString kindsOf(const QString& line) {
-    const std::u32string points = line.toStdU32String();
-    QString kinds(static_cast<qsizetype>(points.size()), u'.');
+QByteArray kindsOf(const QByteArray& line) {
+    const std::u32string points = QString::fromUtf8(line).toStdU32String();
+    QByteArray kinds(static_cast<qsizetype>(points.size()), '.');
     for (const ColorSpan& span : codeColors(points)) {
         for (std::size_t i = span.start; i < span.start + span.length; ++i) {
-            kinds[static_cast<qsizetype>(i)] = QChar(u'0' + span.kind);
+            kinds[static_cast<qsizetype>(i)] = static_cast<char>('0' + span.kind);
         }
     }
     return kinds;
@@ -29,47 +27,35 @@ class CodeColorsTest : public QObject {
 private Q_SLOTS:
 
     void colorsALine_data() {
-        QTest::addColumn<QString>("line");
-        QTest::addColumn<QString>("kinds");
-        const std::pair<QString, QString> rows[] = {
-            {u""_s, u""_s},
-            {u"\t setpin 1 #r5 // x"_s, u"..000000...111.2222"_s},
-            {u"SETPIN,1 2"_s, u"33333333.."_s},
-            {u"FOO SETPIN"_s, u"333......."_s},
-            {u"#R1 #R1"_s, u"333.111"_s},
-            {u"dim X 0x1F"_s, u"000......."_s},
-            {u"~0x2a 1"_s, u"00000.."_s},
-            {u"~0x2 ~0x2a"_s, u"3333......"_s},
-            {u"~0x2a1"_s, u"333333"_s},
-            {u"~0x2g"_s, u"33333"_s},
-            {u"\u017FETPIN é"_s, u"333333.."_s},
-            {u"NOT \U0001F600 #R1 #R\u0661"_s, u"000...111.333"_s},
-            {u"/* a // */ GOSTRT"_s, u"2222222222.000000"_s},
-            {u"SETPIN/*x*/1 //"_s, u"00000022222..22"_s},
-            {u"GOSTRT//#R1"_s, u"00000022222"_s},
-            {u"/*/ GOSTRT"_s, u"2222222222"_s},
-            {u"/**/GOSTRT"_s, u"2222000000"_s},
-            {u"a/b /"_s, u"333.."_s},
-            {u"JMP #R0 #R31 #R031 #R9"_s, u"000.111.1111.11111.111"_s},
-            {u"JMP #R32 #R #R+5 #R5x"_s, u"000.3333.33.3333.3333"_s},
-            {u"JMP #R99999999999999999999 #5 R5"_s, u"000.3333333333333333333333......"_s},
-            {u"JMP 1\nJMP\rFOO"_s, u"000...000.333"_s},
-            {u"JMP /*\n*/ JMP // \nJMP"_s, u"000.22222.000.222.000"_s},
-        };
-        for (const auto& [line, kinds] : rows) {
-            QTest::newRow(qPrintable(line.simplified())) << line << kinds;
-        }
+        addTextCases({
+            {"\t setpin 1 #r5 // x", "..000000...111.2222"},
+            {"SETPIN,1 2", "33333333.."},
+            {"FOO SETPIN", "333......."},
+            {"#R1 #R1", "333.111"},
+            {"dim X 0x1F", "000......."},
+            {"~0x2a 1 ~0x2", "00000......."},
+            {"~0x2 ~0x2a", "3333......"},
+            {"~0x2a1", "333333"},
+            {"\u017FETPIN é", "333333.."},
+            {"NOT \U0001F600 #R1 #R\u0661", "000...111.333"},
+            {"/* a // */ GOSTRT", "2222222222.000000"},
+            {"SETPIN/*x*/1 //", "00000022222..22"},
+            {"/*/ GOSTRT", "2222222222"},
+            {"/**/GOSTRT//#R1", "222200000022222"},
+            {"a/b /", "333.."},
+            {"JMP #R0 #R31 #R031 R9", "000.111.1111.11111..."},
+            {"JMP #R32 #R #R+5 #R5x", "000.3333.33.3333.3333"},
+            {"JMP 1\nJMP\rFOO", "000...000.333"},
+            {"JMP /*\n*/ JMP // \nJMP", "000.22222.000.222.000"},
+        });
     }
 
-    void colorsALine() {
-        QFETCH(const QString, line);
-        QTEST(kindsOf(line), "kinds");
-    }
+    void colorsALine() { checkTextCase(kindsOf); }
 
     void knowsEveryToolAsAFirstWord() {
         for (const OpcodeTool& tool : opcodeTools) {
-            const auto name = QString::fromUtf8(tool.opcode.data(), qsizetype(tool.opcode.size()));
-            QCOMPARE(kindsOf(name), QString(name.size(), u'0'));
+            const auto name = QByteArray::fromStdString(std::string(tool.opcode));
+            QCOMPARE(kindsOf(name), QByteArray(name.size(), '0'));
         }
     }
 };
