@@ -37,6 +37,15 @@ public:
         click(button);
     }
 
+    /// Clicks, answers and waits for the end of the operation.
+    template<typename... Answer>
+    bool runs(const char* button, const Answer&... answer) {
+        click(button, answer...);
+        return idle();
+    }
+
+    void trigger(const char* entry) { child<QAction>(window, entry).trigger(); }
+
     bool enabled(const char* widget) const { return child<QWidget>(window, widget).isEnabled(); }
 
     QString output() const { return child<QPlainTextEdit>(window, "outputPane").toPlainText(); }
@@ -101,6 +110,23 @@ private:
         }
         return came;
     }
+};
+
+/// A main window that is connected to a board.
+class ConnectedBench : public ChipWindowBench {
+public:
+    explicit ConnectedBench(const BoardModel& model = {}) : board(model) {
+        if (!connectTo(board)) {
+            qFatal("no connection");
+        }
+        board.clearRequests();
+    }
+
+    void spoil(const Fault& fault) {
+        board.withModel([&](BoardModel& model) { model.addFault(fault); });
+    }
+
+    BoardServer board;
 };
 
 } // namespace pivex::testing

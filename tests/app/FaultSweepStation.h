@@ -266,13 +266,12 @@ private:
     QString state() const {
         const QString status =
             child<QLabel>(window, "statusLabel").text().section(u"Pivex"_s, 0, 0);
-        QString text = status + u'|' + connectButton.text() + u'|' + send.text() + u'|';
-        for (const char* name :
-             {"portBox", "portRefreshButton", "connectButton", "refreshButton", "storedChipList",
-              "sendButton", "batchSaveButton", "deleteAllEntry", "saveButton"}) {
-            text += child<QObject>(window, name).property("enabled").toBool() ? u'+' : u'-';
-        }
-        return text + (send.isEnabled() ? QString() : u" %1"_s.arg(stored.count()));
+        const QString controls =
+            enabledStates(window, {"portBox", "portRefreshButton", "connectButton", "refreshButton",
+                                   "storedChipList", "sendButton", "batchSaveButton",
+                                   "deleteAllEntry", "saveButton"});
+        return status + u'|' + connectButton.text() + u'|' + send.text() + u'|' + controls +
+               (send.isEnabled() ? QString() : u" %1"_s.arg(stored.count()));
     }
 
     static constexpr void (Station::*steps[])() = {

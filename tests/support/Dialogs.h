@@ -157,4 +157,14 @@ Widget& child(const QWidget& window, const char* name) {
     return *found;
 }
 
+/// One letter for each child of `window` with these names: + enabled, - disabled.
+inline QString enabledStates(const QWidget& window, std::initializer_list<const char*> names) {
+    QString states;
+    for (const char* name : names) {
+        const bool isEnabled = child<QObject>(window, name).property("enabled").toBool();
+        states += QLatin1Char(isEnabled ? '+' : '-');
+    }
+    return states;
+}
+
 } // namespace pivex::testing
