@@ -57,9 +57,14 @@ int CodeEditor::numberAreaWidth() const {
 }
 
 std::vector<GutterLine> CodeEditor::mapLines() const {
-    // The UTF-16 copy is gone before the mapping takes its own memory.
-    const std::string code = toPlainText().toStdString();
-    return instructionGutter(code, pinCount);
+    // This gives what toPlainText() gives in a fraction of its time, and every keystroke needs it.
+    QString text = document()->toRawText();
+    for (const char16_t separator : {u'\x2029', u'\x2028', u'\xFDD0', u'\xFDD1'}) {
+        text.replace(QChar(separator), u'\n');
+    }
+    text.replace(QChar::Nbsp, u' ');
+    const QByteArray code = text.toUtf8();
+    return instructionGutter({code.constData(), static_cast<std::size_t>(code.size())}, pinCount);
 }
 
 const std::vector<GutterLine>& CodeEditor::gutterLines() const {
@@ -109,16 +114,16 @@ void CodeEditor::paintNumbers(const QPaintEvent* event) {
 }
 
 void CodeEditor::paintLine(QPainter& painter, const GutterLine& line, int top) const {
-    const int height = fontMetrics().height();
+    const QFontMetrics metrics = painter.fontMetrics();
+    const int baseline = top + metrics.ascent();
     if (line.hasError) {
         painter.setPen(gutterDot);
-        painter.drawText(QRect(3, top, gutter->width() - 4 - 3, height), Qt::AlignLeft,
-                         u"\u2022"_s);
+        painter.drawText(3, baseline, u"\u2022"_s);
     }
     if (!line.text.empty()) {
+        const QString number = QString::fromStdString(line.text);
         painter.setPen(gutterNumber);
-        painter.drawText(QRect(10, top, gutter->width() - 7 - 10, height), Qt::AlignRight,
-                         QString::fromStdString(line.text));
+        painter.drawText(gutter->width() - 7 - metrics.horizontalAdvance(number), baseline, number);
     }
 }
 

@@ -49,14 +49,14 @@ std::optional<std::uint64_t> parseDigits(std::string_view digits, unsigned base,
     if (digits.empty()) {
         return std::nullopt;
     }
-    const std::uint64_t lastThatGrows = limit / base;
     std::uint64_t value = 0;
     for (const char c : digits) {
         const unsigned digit = digitValue(c);
-        if (digit >= base || value > lastThatGrows || digit > limit - value * base) {
+        if (digit >= base || __builtin_mul_overflow(value, base, &value) || value > limit ||
+            digit > limit - value) {
             return std::nullopt;
         }
-        value = value * base + digit;
+        value += digit;
     }
     return value;
 }

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint32_t largestLiteral = std::numeric_limits<std::uint32_t>::max();
 
-/// How a number is written; the first form whose prefix a word has is the one that counts.
+/// How a number is written. A prefix has two characters or none.
 struct NumberForm {
     std::string_view prefix;
     unsigned base;
@@ -20,16 +20,27 @@ struct NumberForm {
     bool isRegister;
 };
 
-constexpr std::array<NumberForm, 4> numberForms{{
+constexpr std::array<NumberForm, 3> prefixedForms{{
     {"#R", 10, lastRegister, true},
     {"0X", 16, largestLiteral, false},
     {"0B", 2, largestLiteral, false},
-    {"", 10, largestLiteral, false},
 }};
 
+constexpr NumberForm decimalForm{"", 10, largestLiteral, false};
+
+const NumberForm& formOf(std::string_view word) {
+    if (word.size() >= 2) {
+        for (const NumberForm& form : prefixedForms) {
+            if (word[0] == form.prefix[0] && word[1] == form.prefix[1]) {
+                return form;
+            }
+        }
+    }
+    return decimalForm;
+}
+
 std::optional<Value> numberIn(std::string_view word) {
-    const NumberForm& form = *std::ranges::find_if(
-        numberForms, [word](const NumberForm& each) { return word.starts_with(each.prefix); });
+    const NumberForm& form = formOf(word);
     word.remove_prefix(form.prefix.size());
     if (word.starts_with('+')) {
         word.remove_prefix(1);
@@ -60,8 +71,11 @@ bool isBoardCommand(std::uint32_t value) {
 } // namespace
 
 Value valueOf(std::string_view word, const DimTable& dims, std::uint32_t line) {
-    if (const auto known = dims.find(word); known != dims.end()) {
-        return known->second;
+    // Most words are numbers, and no name begins like one: they are spared the search.
+    if (isLetterOrUnderscore(word.front())) {
+        if (const auto known = dims.find(word); known != dims.end()) {
+            return known->second;
+        }
     }
     if (const auto number = numberIn(word)) {
         return *number;

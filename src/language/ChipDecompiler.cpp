@@ -112,16 +112,16 @@ class Nesting {
 public:
     std::size_t depth() const { return open.size(); }
 
-    /// Leaves the innermost block that `name` closes, together with all blocks inside it.
-    void leave(std::string_view name) {
-        const auto innermost = std::find(open.rbegin(), open.rend(), blockClosedBy(name));
+    /// Leaves the innermost block that `instruction` closes, together with all blocks inside it.
+    void leave(const Definition& instruction) {
+        const auto innermost = std::find(open.rbegin(), open.rend(), blockClosedBy(instruction));
         if (innermost != open.rend()) {
             open.erase(innermost.base() - 1, open.end());
         }
     }
 
-    void enter(std::string_view name) {
-        if (const BlockPair* pair = blockOpenedBy(name)) {
+    void enter(const Definition& instruction) {
+        if (const BlockPair* pair = blockOpenedBy(instruction)) {
             open.push_back(pair);
         }
     }
@@ -134,7 +134,7 @@ void appendLine(Instruction instruction, const NameTable& functions, Nesting& ne
                 std::string& text) {
     const Definition* definition = definitionWithOpcode(opcodeOf(instruction));
     if (definition != nullptr) {
-        nesting.leave(definition->name);
+        nesting.leave(*definition);
     }
     text.append(nesting.depth() * indentation, ' ');
     if (definition == nullptr) {
@@ -142,7 +142,7 @@ void appendLine(Instruction instruction, const NameTable& functions, Nesting& ne
         return;
     }
     appendNamed(instruction, *definition, functions, text);
-    nesting.enter(definition->name);
+    nesting.enter(*definition);
 }
 
 } // namespace

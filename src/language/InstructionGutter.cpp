@@ -2,6 +2,8 @@
 #include "language/Statements.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 
 namespace pivex {
 
@@ -25,14 +27,16 @@ std::vector<std::int32_t> faultyLines(const std::vector<CodeDiagnostic>& diagnos
 
 void fillGutter(std::span<const Statement> statements, std::span<const std::int32_t> faulty,
                 std::vector<GutterLine>& gutter) {
-    std::size_t number = 0;
+    std::uint32_t number = 0;
     for (const Statement& statement : statements) {
         if (statement.kind == StatementKind::dim) {
             continue;
         }
         GutterLine& entry = gutter[statement.line.line - 1];
         if (statement.isInstruction()) {
-            entry.text = std::to_string(++number);
+            std::array<char, 10> digits;
+            const auto end = std::to_chars(digits.begin(), digits.end(), ++number).ptr;
+            entry.text.assign(digits.begin(), end);
         }
         entry.hasError =
             std::ranges::binary_search(faulty, static_cast<std::int32_t>(statement.line.line));
@@ -42,15 +46,17 @@ void fillGutter(std::span<const Statement> statements, std::span<const std::int3
 } // namespace
 
 std::vector<GutterLine> instructionGutter(std::string_view code, std::int32_t pins) {
-    std::vector<GutterLine> gutter(sourceLineCount(code));
     try {
         const LineList lines = tokenize(code);
         const std::vector<Statement> statements = statementsOf(lines);
+        std::vector<GutterLine> gutter(lines.sourceLineCount());
         fillGutter(statements, faultyLines(checkStatements(statements, pins)), gutter);
+        return gutter;
     } catch (const Error& error) {
+        std::vector<GutterLine> gutter(sourceLineCount(code));
         gutter[static_cast<std::size_t>(error.line - 1)].hasError = true;
+        return gutter;
     }
-    return gutter;
 }
 
 std::int32_t diagnosticInstructionLine(std::span<const GutterLine> gutter, std::int32_t line) {

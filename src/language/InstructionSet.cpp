@@ -17,26 +17,67 @@ constexpr auto opcodeIndex = [] {
     return index;
 }();
 
+constexpr std::size_t slotCount = 256;
+
+/// Where the search for `name`, at least one byte, begins in the table of names. The factors keep
+/// the instructions of the table apart but for a few.
+constexpr std::size_t slotOf(std::string_view name) {
+    const auto byteAt = [name](std::size_t index) {
+        return static_cast<unsigned char>(name[index]);
+    };
+    return (byteAt(0) * 21 + byteAt(name.size() / 2) * 39 + byteAt(name.size() - 1) * 25 +
+            name.size()) %
+           slotCount;
+}
+
+/// Every instruction in the first free slot from `slotOf` its name on.
+constexpr auto nameIndex = [] {
+    std::array<const Definition*, slotCount> index{};
+    for (const Definition& definition : definitions) {
+        std::size_t slot = slotOf(definition.name);
+        while (index[slot] != nullptr) {
+            slot = (slot + 1) % slotCount;
+        }
+        index[slot] = &definition;
+    }
+    return index;
+}();
+
+/// By opcode, the pair whose opener or closer (`side`) the instruction is.
+constexpr auto blockIndex(std::string_view BlockPair::*side) {
+    std::array<const BlockPair*, 256> index{};
+    for (const BlockPair& pair : blockPairs) {
+        index[std::ranges::find(definitions, pair.*side, &Definition::name)->opcode] = &pair;
+    }
+    return index;
+}
+
+constexpr auto openedBlocks = blockIndex(&BlockPair::opener);
+constexpr auto closedBlocks = blockIndex(&BlockPair::closer);
+
 } // namespace
 
 const Definition* definitionNamed(std::string_view name) {
-    const auto found =
-        std::ranges::lower_bound(definitions, name, std::ranges::less{}, &Definition::name);
-    return found != definitions.end() && found->name == name ? &*found : nullptr;
+    if (name.empty()) {
+        return nullptr;
+    }
+    std::size_t slot = slotOf(name);
+    while (nameIndex[slot] != nullptr && nameIndex[slot]->name != name) {
+        slot = (slot + 1) % slotCount;
+    }
+    return nameIndex[slot];
 }
 
 const Definition* definitionWithOpcode(std::uint32_t opcode) {
     return opcode < opcodeIndex.size() ? opcodeIndex[opcode] : nullptr;
 }
 
-const BlockPair* blockOpenedBy(std::string_view name) {
-    const auto found = std::ranges::find(blockPairs, name, &BlockPair::opener);
-    return found != blockPairs.end() ? &*found : nullptr;
+const BlockPair* blockOpenedBy(const Definition& instruction) {
+    return openedBlocks[instruction.opcode];
 }
 
-const BlockPair* blockClosedBy(std::string_view name) {
-    const auto found = std::ranges::find(blockPairs, name, &BlockPair::closer);
-    return found != blockPairs.end() ? &*found : nullptr;
+const BlockPair* blockClosedBy(const Definition& instruction) {
+    return closedBlocks[instruction.opcode];
 }
 
 std::string_view conditionToken(std::uint32_t code) {

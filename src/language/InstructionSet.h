@@ -171,11 +171,11 @@ inline constexpr std::array<BlockPair, 5> blockPairs{{
     {"FUNC", "ENDFUNC"},
 }};
 
-/// The kind of block that the instruction called `name` opens, or null.
-const BlockPair* blockOpenedBy(std::string_view name);
+/// The kind of block that `instruction` opens, or null.
+const BlockPair* blockOpenedBy(const Definition& instruction);
 
-/// The kind of block that the instruction called `name` closes, or null.
-const BlockPair* blockClosedBy(std::string_view name);
+/// The kind of block that `instruction` closes, or null.
+const BlockPair* blockClosedBy(const Definition& instruction);
 
 /// The name of condition `code`, 0 to 6; empty for any other code.
 std::string_view conditionToken(std::uint32_t code);

@@ -2,83 +2,114 @@
 
 #include "base/Text.h"
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
 namespace pivex {
 
 namespace {
 
-bool isBreak(char c) {
-    return c == '\n' || c == '\r';
+/// What a byte outside comments means for the words of a line.
+enum class ByteKind : std::uint8_t { word, blank, lineBreak, slash };
+
+constexpr auto byteKinds = [] {
+    std::array<ByteKind, 256> kinds{};
+    for (const unsigned char blank : {' ', '\t', '\v', '\f'}) {
+        kinds[blank] = ByteKind::blank;
+    }
+    kinds['\n'] = kinds['\r'] = ByteKind::lineBreak;
+    kinds['/'] = ByteKind::slash;
+    return kinds;
+}();
+
+ByteKind kindOf(char c) {
+    return byteKinds[static_cast<unsigned char>(c)];
 }
 
-bool isBlank(char c) {
-    return c == ' ' || c == '\t' || c == '\v' || c == '\f';
+bool isBreak(char c) {
+    return c == '\n' || c == '\r';
 }
 
 /// One pass over a text. The characters of the words are collected side by side in one buffer as
 /// large as the text, so that pieces around a block comment join and no word needs its own memory.
 class Tokenizer {
 public:
-    explicit Tokenizer(std::string_view source)
-        : text(source),
-          characters(source.size()),
-          wordStart(characters.data()),
-          wordEnd(wordStart) {}
+    explicit Tokenizer(std::string_view text)
+        : at(text.data()),
+          end(at + text.size()),
+          characters(std::make_unique_for_overwrite<char[]>(text.size())),
+          wordStart(characters.get()),
+          wordEnd(wordStart) {
+        // The lines refer to the words while more of them come, so these must not move.
+        words.reserve(text.size() / 2 + 1);
+    }
 
     LineList run() {
-        while (at < text.size()) {
-            step(text[at]);
+        while (at != end) {
+            step();
         }
         endLine();
-        return {lineTable(), std::move(words), std::move(characters)};
+        return {std::move(lines), std::move(words), std::move(characters), line};
     }
 
 private:
-    struct LineExtent {
-        std::uint32_t line;
-        std::size_t wordCount;
-    };
-
-    void step(char c) {
-        if (isBreak(c)) {
-            takeBreak();
-        } else if (isBlank(c)) {
+    void step() {
+        switch (kindOf(*at)) {
+        case ByteKind::word:
+            takeWordBytes();
+            return;
+        case ByteKind::blank:
             endWord();
             ++at;
-        } else if (c == '/' && nextIs('*')) {
-            skipBlockComment();
-        } else if (c == '/' && nextIs('/')) {
-            skipLineComment();
-        } else {
-            *wordEnd++ = asciiUpper(c);
-            ++at;
+            return;
+        case ByteKind::lineBreak:
+            takeBreak();
+            return;
+        case ByteKind::slash:
+            takeSlash();
+            return;
         }
     }
 
-    bool nextIs(char c) const { return at + 1 < text.size() && text[at + 1] == c; }
+    void takeWordBytes() {
+        // Locals, because a store through a char pointer makes the compiler reload every member.
+        const char* from = at;
+        char* to = wordEnd;
+        do {
+            *to++ = asciiUpper(*from++);
+        } while (from != end && kindOf(*from) == ByteKind::word);
+        at = from;
+        wordEnd = to;
+    }
+
+    void takeSlash() {
+        if (nextIs('*')) {
+            skipBlockComment();
+        } else if (nextIs('/')) {
+            at = std::find_if(at, end, isBreak);
+        } else {
+            *wordEnd++ = *at++;
+        }
+    }
+
+    bool nextIs(char c) const { return end - at > 1 && at[1] == c; }
 
     void takeBreak() {
-        at += text[at] == '\r' && nextIs('\n') ? 2 : 1;
+        at += *at == '\r' && nextIs('\n') ? 2 : 1;
         endLine();
         ++line;
-    }
-
-    void skipLineComment() {
-        while (at < text.size() && !isBreak(text[at])) {
-            ++at;
-        }
     }
 
     void skipBlockComment() {
         const std::uint32_t firstLine = line;
         at += 2;
-        while (at < text.size()) {
-            if (text[at] == '*' && nextIs('/')) {
+        while (at != end) {
+            if (*at == '*' && nextIs('/')) {
                 at += 2;
                 return;
             }
-            if (isBreak(text[at])) {
+            if (isBreak(*at)) {
                 takeBreak();
             } else {
                 ++at;
@@ -97,32 +128,20 @@ private:
     void endLine() {
         endWord();
         if (words.size() > wordsBefore) {
-            extents.push_back({line, words.size() - wordsBefore});
+            lines.push_back({line, std::span(words).subspan(wordsBefore)});
             wordsBefore = words.size();
         }
     }
 
-    /// Made last, when the words have stopped moving in memory.
-    std::vector<Line> lineTable() const {
-        std::vector<Line> lines;
-        lines.reserve(extents.size());
-        std::span<const std::string_view> rest = words;
-        for (const LineExtent& extent : extents) {
-            lines.push_back({extent.line, rest.first(extent.wordCount)});
-            rest = rest.subspan(extent.wordCount);
-        }
-        return lines;
-    }
-
-    std::string_view text;
-    std::size_t at = 0;
+    const char* at;
+    const char* end;
     std::uint32_t line = 1;
-    std::vector<char> characters;
+    std::unique_ptr<char[]> characters;
     char* wordStart;
     char* wordEnd;
     std::vector<std::string_view> words;
     std::size_t wordsBefore = 0; ///< number of words on the lines before the current one
-    std::vector<LineExtent> extents;
+    std::vector<Line> lines;
 };
 
 } // namespace
@@ -132,10 +151,11 @@ void fail(std::uint32_t line, std::string message) {
 }
 
 LineList::LineList(std::vector<Line> lineTable, std::vector<std::string_view> wordTable,
-                   std::vector<char> wordCharacters)
+                   std::unique_ptr<char[]> wordCharacters, std::size_t lineCount)
     : lines(std::move(lineTable)),
       words(std::move(wordTable)),
-      characters(std::move(wordCharacters)) {
+      characters(std::move(wordCharacters)),
+      sourceLines(lineCount) {
 }
 
 LineList tokenize(std::string_view text) {

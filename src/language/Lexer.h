@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -29,9 +30,10 @@ struct Line {
 /// but does not copy.
 class LineList {
 public:
-    /// The lines refer to the words and the words to the characters.
+    /// The lines refer to the words and the words to the characters. `lineCount` counts all
+    /// source lines, with words or without.
     LineList(std::vector<Line> lineTable, std::vector<std::string_view> wordTable,
-             std::vector<char> wordCharacters);
+             std::unique_ptr<char[]> wordCharacters, std::size_t lineCount);
     ~LineList() = default;
     LineList(LineList&&) = default;
     LineList& operator=(LineList&&) = default;
@@ -46,10 +48,14 @@ public:
 
     std::vector<Line>::const_iterator end() const { return lines.end(); }
 
+    /// The number of source lines of the text, the same as `sourceLineCount` gives.
+    std::size_t sourceLineCount() const { return sourceLines; }
+
 private:
     std::vector<Line> lines;
     std::vector<std::string_view> words;
-    std::vector<char> characters;
+    std::unique_ptr<char[]> characters;
+    std::size_t sourceLines;
 };
 
 /// Cuts `text` into lines of upper-case words, without comments. A comment leaves no space behind:

@@ -8,11 +8,11 @@ namespace {
 
 Statement statementOf(const Line& line) {
     const std::string_view word = line.tokens.front();
-    if (word == "DIM") {
-        return {.line = line, .kind = StatementKind::dim};
-    }
     if (const Definition* definition = definitionNamed(word)) {
         return {line, StatementKind::named, definition, definition->opcode};
+    }
+    if (word == "DIM") {
+        return {.line = line, .kind = StatementKind::dim};
     }
     if (const auto opcode = rawOpcode(word)) {
         return {line, StatementKind::raw, nullptr, *opcode};
@@ -55,15 +55,14 @@ std::uint32_t calledFunction(const Statement& call, const FunctionTable& functio
 }
 
 void BlockStack::follow(const Statement& statement) {
-    const std::string_view name = statement.name();
-    if (const BlockPair* opened = blockOpenedBy(name)) {
+    if (const BlockPair* opened = blockOpenedBy(*statement.definition)) {
         blocks.push_back({opened, statement.line.line});
         if (opened->opener == "FUNC" && blocks.size() > 1) {
             fail(statement.line.line, "FUNC cannot be nested inside another block.");
         }
-    } else if (const BlockPair* closed = blockClosedBy(name)) {
+    } else if (const BlockPair* closed = blockClosedBy(*statement.definition)) {
         if (blocks.empty() || blocks.back().pair != closed) {
-            fail(statement.line.line, "Unmatched " + std::string(name) + ".");
+            fail(statement.line.line, "Unmatched " + std::string(closed->closer) + ".");
         }
         blocks.pop_back();
     }

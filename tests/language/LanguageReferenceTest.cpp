@@ -85,10 +85,11 @@ QString lineOf(std::string_view name) {
 /// A program around one line: the other end of its block, the function that it calls.
 QString programAround(const QString& line) {
     const std::string name = line.section(u' ', 0, 0).toStdString();
-    if (const BlockPair* block = blockOpenedBy(name)) {
+    const Definition& instruction = *definitionNamed(name);
+    if (const BlockPair* block = blockOpenedBy(instruction)) {
         return line + u'\n' + lineOf(block->closer);
     }
-    if (const BlockPair* block = blockClosedBy(name)) {
+    if (const BlockPair* block = blockClosedBy(instruction)) {
         return lineOf(block->opener) + u'\n' + line;
     }
     return name == "CALL" ? line + u"\nFUNC"_s + line.mid(4) + u"\nENDFUNC"_s : line;

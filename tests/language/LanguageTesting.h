@@ -67,8 +67,8 @@ private:
     void plain(const pivex::Definition& chosen) {
         if (chosen.name == "CALL") {
             text += "call f'" + std::to_string(below(functionCount));
-        } else if (pivex::blockOpenedBy(chosen.name) == nullptr &&
-                   pivex::blockClosedBy(chosen.name) == nullptr) {
+        } else if (pivex::blockOpenedBy(chosen) == nullptr &&
+                   pivex::blockClosedBy(chosen) == nullptr) {
             instruction(chosen);
         }
     }
