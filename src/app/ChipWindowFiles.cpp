@@ -37,6 +37,12 @@ bool lists(const QListWidget* list, const QString& path) {
     return false;
 }
 
+/// Fills `edit` so that a long text shows its beginning.
+void fill(QLineEdit* edit, const std::string& text) {
+    edit->setText(QString::fromStdString(text));
+    edit->setCursorPosition(0);
+}
+
 /// A file name as a part of a window title, where the toolkit takes "[*]" for a mark of its own.
 QString titlePart(const QString& path) {
     return path.isEmpty()
@@ -78,7 +84,7 @@ void ChipWindow::populate(const ChipDocument& source, const QString& path) {
     ++revision;
     {
         const QScopedValueRollback guard(loading, true);
-        fields.name->setText(QString::fromStdString(source.name));
+        fill(fields.name, source.name);
         // A line separator would make two source lines of one block.
         fields.code->setPlainText(
             QString::fromStdString(source.code).replace(QChar::LineSeparator, u'\n'));
@@ -88,7 +94,7 @@ void ChipWindow::populate(const ChipDocument& source, const QString& path) {
         // Refilling the boxes reported passing pin counts.
         fields.code->setPinCount(source.pins);
         for (std::size_t i = 0; i < fields.strings.size(); ++i) {
-            fields.strings[i]->setText(QString::fromStdString(source.strings[i]));
+            fill(fields.strings[i], source.strings[i]);
         }
     }
     filePath = path;
@@ -171,11 +177,12 @@ void ChipWindow::newFile() {
 
 bool ChipWindow::loadPath(const QString& path) {
     try {
-        const ChipDocument source = read(path);
+        read(path);
         if (!confirmDiscard()) {
             return false;
         }
-        populate(source, path);
+        // Read only now: the changes may have been saved into this very file.
+        populate(read(path), path);
         return true;
     } catch (const std::exception& failure) {
         error(QString::fromStdString(failure.what()));
