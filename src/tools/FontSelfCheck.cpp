@@ -1,5 +1,6 @@
 #include "tools/FontFiles.h"
 #include "tools/FontWindowPrivate.h"
+#include "tools/SelfCheckParts.h"
 #include "tools/SelfChecks.h"
 
 #include <QApplication>
@@ -10,7 +11,6 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
-#include <cstdio>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -18,12 +18,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace pivex {
 
 namespace {
-
-void expect(bool holds, const char* sentence) {
-    if (!holds) {
-        throw std::runtime_error(sentence);
-    }
-}
 
 /// What the fake board was told and whether it is ready.
 struct FakeBoard {
@@ -96,18 +90,14 @@ void checkBoard(FontWindow& window, FakeBoard& board) {
 } // namespace
 
 bool linuxFontSmoke() {
-    try {
+    return passes("Font Manager", [] {
         const QTemporaryDir folder;
         FakeBoard board;
         FontWindow window(nullptr, board.hooks());
         window.show();
         checkFont(window, folder.filePath(u"self-check.txt"_s));
         checkBoard(window, board);
-    } catch (const std::runtime_error& error) {
-        std::fprintf(stderr, "Font Manager self-check: %s\n", error.what());
-        return false;
-    }
-    return true;
+    });
 }
 
 } // namespace pivex

@@ -1,5 +1,6 @@
 #include "tools/FileAccess.h"
 #include "tools/ImageWindowPrivate.h"
+#include "tools/SelfCheckParts.h"
 #include "tools/SelfChecks.h"
 
 #include <QCoreApplication>
@@ -8,8 +9,6 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
-#include <cstdio>
-#include <stdexcept>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -17,12 +16,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace pivex {
 
 namespace {
-
-void expect(bool holds, const char* sentence) {
-    if (!holds) {
-        throw std::runtime_error(sentence);
-    }
-}
 
 /// What the fake board was told and whether it is ready.
 struct FakeBoard {
@@ -92,17 +85,13 @@ void checkBoard(ImageWindow& window, FakeBoard& board) {
 } // namespace
 
 bool linuxImageSmoke() {
-    try {
+    return passes("Image Manager", [] {
         const QTemporaryDir folder;
         FakeBoard board;
         ImageWindow window(nullptr, board.hooks());
         checkArtwork(window, folder.filePath(u"self-check.txt"_s));
         checkBoard(window, board);
-    } catch (const std::runtime_error& error) {
-        std::fprintf(stderr, "Image Manager self-check: %s\n", error.what());
-        return false;
-    }
-    return true;
+    });
 }
 
 } // namespace pivex

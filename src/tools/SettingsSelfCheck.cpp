@@ -1,3 +1,4 @@
+#include "tools/SelfCheckParts.h"
 #include "tools/SelfChecks.h"
 #include "tools/SettingsWindow.h"
 
@@ -5,9 +6,7 @@
 #include <QComboBox>
 #include <QPushButton>
 
-#include <cstdio>
 #include <memory>
-#include <stdexcept>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -15,12 +14,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace pivex {
 
 namespace {
-
-void expect(bool holds, const char* sentence) {
-    if (!holds) {
-        throw std::runtime_error(sentence);
-    }
-}
 
 template<class Widget>
 Widget& child(const QWidget& window, const QString& name) {
@@ -75,7 +68,7 @@ void checkChanges(QWidget& window, FakeBoard& board) {
 } // namespace
 
 bool linuxSettingsSmoke() {
-    try {
+    return passes("Settings", [] {
         FakeBoard board;
         FontSlots fontSlots;
         fontSlots[0] = {.read = true, .name = "First"};
@@ -84,11 +77,7 @@ bool linuxSettingsSmoke() {
             openLinuxSettingsWindow(nullptr, board.hooks(), fontSlots));
         checkReading(*window, board);
         checkChanges(*window, board);
-    } catch (const std::runtime_error& error) {
-        std::fprintf(stderr, "Settings self-check: %s\n", error.what());
-        return false;
-    }
-    return true;
+    });
 }
 
 } // namespace pivex
