@@ -84,13 +84,6 @@ long residentPages() {
     return resident;
 }
 
-/// A board that knows one stored test.
-BoardModel oneChip() {
-    BoardModel board;
-    board.storage.chips.push_back({.name = "A", .code = Bytes(16, 0xFF)});
-    return board;
-}
-
 } // namespace
 
 class SerialConnectionTest : public QObject {
@@ -109,7 +102,9 @@ private Q_SLOTS:
     }
 
     void connectionReportsIdentityAndList() {
-        BoardServer board(oneChip());
+        BoardModel model;
+        model.storage.chips.push_back({.name = "A"});
+        BoardServer board(model);
         Client client;
         QVERIFY(client.connects(board.path()));
         QCOMPARE(client.log(), "Port open at 115200 8N1. Waiting for Pivex identity...|"
@@ -138,46 +133,6 @@ private Q_SLOTS:
         QVERIFY(failure(link.toStdString()).startsWith("Cannot enable DTR: "));
     }
 
-    void everyFaultEndsInItsOneMessage_data() {
-        QTest::addColumn<FaultKind>("kind");
-        QTest::addColumn<QByteArray>("message"); ///< empty where the fault does no harm
-        const auto row = [](const char* label, FaultKind kind, const QByteArray& message) {
-            QTest::newRow(label) << kind << message;
-        };
-        row("silent", FaultKind::Silent, timedOut);
-        row("corrupt", FaultKind::Corrupt, timedOut);
-        row("late", FaultKind::Late, timedOut);
-        row("busy", FaultKind::Busy, "Unexpected PCB response: 177");
-        row("refused", FaultKind::Refuse, "Unexpected PCB response: 180");
-        row("short", FaultKind::Short, "Pivex returned an empty identity.");
-        row("over-long", FaultKind::Oversized, "Oversized serial frame.");
-        row("stale", FaultKind::Stale, "");
-        row("split", FaultKind::Split, "");
-        row("glued", FaultKind::Glued, "");
-        row("hang-up", FaultKind::HangUp, lost);
-    }
-
-    void everyFaultEndsInItsOneMessage() {
-        QFETCH(FaultKind, kind);
-        QFETCH(QByteArray, message);
-        BoardServer board(oneChip());
-        board.withModel([&](BoardModel& model) {
-            model.addFault({.command = Command::Identify, .kind = kind, .delay = 200ms});
-        });
-        Client client;
-        QCOMPARE(client.connects(board.path()), message.isEmpty());
-        if (message.isEmpty()) {
-            return;
-        }
-        QCOMPARE(client.events.size(), std::size_t{2});
-        QCOMPARE(client.events[1].kind, Kind::Failed);
-        QCOMPARE(client.lastText(), message);
-        if (message != lost) {
-            board.withModel([](BoardModel& model) { model.clearFaults(); });
-            QVERIFY(client.connects(board.path()));
-        }
-    }
-
     void everyOtherByteIsBlocked() {
         BoardServer board;
         for (const int code : {0x00, 0xA6, 0xAE, 0xC9, 0xD5, 0xDB, 0xE5, 0xFF}) {
@@ -192,32 +147,25 @@ private Q_SLOTS:
         }
     }
 
-    void disconnectIsPromptAndLeavesNothing_data() {
-        QTest::addColumn<bool>("settling");
-        QTest::newRow("while the board settles") << true;
-        QTest::newRow("while an answer is due") << false;
-    }
-
     void disconnectIsPromptAndLeavesNothing() {
-        QFETCH(bool, settling);
-        BoardServer board;
-        board.withModel([](BoardModel& model) { model.addFault({.kind = FaultKind::Silent}); });
-        SerialConnection connection({.settle = settling ? 2000ms : 0ms, .answer = 5000ms});
-        connection.connect(wide(board.path()));
-        if (!settling) {
-            QTRY_VERIFY(!board.requests().empty());
+        for (const bool settling : {true, false}) {
+            BoardServer board;
+            board.withModel([](BoardModel& model) { model.addFault({.kind = FaultKind::Silent}); });
+            SerialConnection connection({.settle = settling ? 2000ms : 0ms, .answer = 5000ms});
+            connection.connect(wide(board.path()));
+            QTRY_VERIFY(settling || !board.requests().empty());
+            connection.loadChip(0);
+            connection.upload({});
+            QElapsedTimer timer;
+            timer.start();
+            connection.disconnect();
+            QVERIFY(timer.elapsed() < 1000);
+            QVERIFY(connection.poll().empty());
+            // Nothing is pending: the next connection sends only what it asks for itself.
+            board.clearRequests();
+            connection.connect(wide(board.path()));
+            QTRY_COMPARE_WITH_TIMEOUT(board.requests().size(), settling ? 1U : 2U, 9000);
         }
-        connection.loadChip(0);
-        connection.upload({});
-        QElapsedTimer timer;
-        timer.start();
-        connection.disconnect();
-        QVERIFY(timer.elapsed() < 1000);
-        QVERIFY(connection.poll().empty());
-        // Nothing is pending: the next connection sends only what it asks for itself.
-        board.clearRequests();
-        connection.connect(wide(board.path()));
-        QTRY_COMPARE_WITH_TIMEOUT(board.requests().size(), std::size_t{settling ? 1U : 2U}, 9000);
     }
 
     void lostBoardIsToldOnceWhileIdle() {

@@ -4,6 +4,7 @@
 #include "language/ChipCompiler.h"
 #include "model/ChipFileCodec.h"
 #include "support/Hex.h"
+#include "support/TextCases.h"
 #include "support/Thrown.h"
 
 #include <QtTest/QtTest>
@@ -17,11 +18,7 @@ namespace {
 
 /// `count` instructions.
 std::string program(int count) {
-    std::string code;
-    for (int i = 0; i < count; ++i) {
-        code += "DELMS 1\n";
-    }
-    return code;
+    return QByteArray("DELMS 1\n").repeated(count).toStdString();
 }
 
 } // namespace
@@ -40,7 +37,7 @@ private Q_SLOTS:
         QCOMPARE(text(fromHex("e000")), "");
     }
 
-    void uploadIsChecked_data() {
+    void uploadIsChecked() {
         using std::string;
         using Strings = std::array<string, 8>;
         const QByteArray name = "Chip name must be 1-32 UTF-8 bytes on one line.";
@@ -48,57 +45,47 @@ private Q_SLOTS:
         const QByteArray fields = "Chip type or image index does not fit the PCB metadata fields.";
         const QByteArray text = "Each user string must fit 63 UTF-8 bytes on one line. Upload will "
                                 "not silently truncate text.";
-        QTest::addColumn<ChipDocument>("document");
-        QTest::addColumn<QByteArray>("message");
-        const auto row = [](const char* label, auto field, auto value,
-                            const QByteArray& message = {}) {
+        const auto check = [](auto field, const auto& value, const QByteArray& message = {}) {
             ChipDocument document{.name = "N", .code = "DELMS 1", .strings = {}};
-            document.*field = std::move(value);
-            QTest::newRow(label) << document << message;
+            document.*field = value;
+            QCOMPARE(thrownText([&] { prepareUpload(document); }), message);
         };
-        row("32 bytes", &ChipDocument::name, string(32, 'n'));
-        row("leading space", &ChipDocument::name, " A");
-        row("no name", &ChipDocument::name, "", name);
-        row("33 bytes", &ChipDocument::name, string(33, 'n'), name);
-        row("blanks", &ChipDocument::name, " \t ", name);
-        row("CR in name", &ChipDocument::name, "a\rb", name);
-        row("zero in name", &ChipDocument::name, string("a\0b", 3), name);
-        for (const int count : {2, 40, 0, 1, 3, 41, 42, -2}) {
-            row(qPrintable(QString::number(count)), &ChipDocument::pins, count,
-                count == 2 || count == 40 ? QByteArray() : pins);
+        check(&ChipDocument::name, string(32, 'n'));
+        for (const string& bad : {string(), string(33, 'n'), string(" \t "), string("a\0b", 3)}) {
+            check(&ChipDocument::name, bad, name);
         }
-        row("largest type", &ChipDocument::type, 65535);
-        row("type", &ChipDocument::type, 65536, fields);
-        row("negative type", &ChipDocument::type, -1, fields);
-        row("largest image", &ChipDocument::imageIndex, 255);
-        row("image", &ChipDocument::imageIndex, 256, fields);
-        row("63 bytes", &ChipDocument::strings, Strings{"", string(63, 's')});
-        row("64 bytes", &ChipDocument::strings, Strings{"", string(64, 's')}, text);
-        row("LF in string", &ChipDocument::strings, Strings{"a\nb"}, text);
-        row("compile error", &ChipDocument::code, "DELMS 1\nNONSENSE",
-            "Compile error on source line 2: Unknown opcode 'NONSENSE'.");
-        row("code too long", &ChipDocument::code, program(4096),
-            "Compiled code exceeds the PCB's 16-bit length field.");
-    }
-
-    void uploadIsChecked() {
-        QFETCH(ChipDocument, document);
-        QTEST(thrownText([&] { prepareUpload(document); }), "message");
+        check(&ChipDocument::pins, 2);
+        check(&ChipDocument::pins, 40);
+        for (const int bad : {0, 1, 3, 41, 42, -2}) {
+            check(&ChipDocument::pins, bad, pins);
+        }
+        check(&ChipDocument::type, 65535);
+        check(&ChipDocument::type, 65536, fields);
+        check(&ChipDocument::type, -1, fields);
+        check(&ChipDocument::imageIndex, 255);
+        check(&ChipDocument::imageIndex, 256, fields);
+        check(&ChipDocument::strings, Strings{"", string(63, 's')});
+        check(&ChipDocument::strings, Strings{"", string(64, 's')}, text);
+        check(&ChipDocument::strings, Strings{"a\nb"}, text);
+        check(&ChipDocument::code, "DELMS 1\nNONSENSE",
+              "Compile error on source line 2: Unknown opcode 'NONSENSE'.");
+        check(&ChipDocument::code, program(4096),
+              "Compiled code exceeds the PCB's 16-bit length field.");
     }
 
     void uploadIsCut_data() {
-        QTest::addColumn<int>("instructions");
-        QTest::addColumn<QByteArray>("chunks");
-        QTest::newRow("three") << 3 << QByteArray("cb:48 ");
-        QTest::newRow("four") << 4 << QByteArray("cb:63 cb:1 ");
-        QTest::newRow("whole chunks") << 63 << QByteArray("cb:63 ").repeated(16);
+        addTextCases({
+            {"3", "cb:48 "},
+            {"4", "cb:63 cb:1 "},
+            {"63", QByteArray("cb:63 ").repeated(16)},
+        });
     }
 
     void uploadIsCut() {
-        QFETCH(int, instructions);
-        QFETCH(QByteArray, chunks);
+        QFETCH(const QByteArray, text);
+        QFETCH(const QByteArray, expected);
         const ChipDocument document{
-            "74LS00", 14, 0x0102, 3, program(instructions), {"zero", "", "", "", "", "five"}};
+            "74LS00", 14, 0x0102, 3, program(text.toInt()), {"zero", "", "", "", "", "five"}};
         const UploadPlan plan = prepareUpload(document);
         QByteArray sizes;
         QByteArray joined;
@@ -108,7 +95,7 @@ private Q_SLOTS:
             joined += toHex(payload);
         }
         QCOMPARE(sizes,
-                 "ca:41 ac:0 " + QByteArray("ad:63 ").repeated(8) + "ad:8 d9:0 cd:2 " + chunks);
+                 "ca:41 ac:0 " + QByteArray("ad:63 ").repeated(8) + "ad:8 d9:0 cd:2 " + expected);
         const QByteArray length = toHex(u16Bytes(plan.codeLength));
         QCOMPARE(joined, QByteArray("74LS00").toHex().prepend("5aa5") + QByteArray(52, '0') +
                              "02010e03" + length + "02" + QByteArray("zero").toHex() +
