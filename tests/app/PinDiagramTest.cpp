@@ -13,7 +13,7 @@ const char* const notLiteral = "Pin diagram needs literal values in the fields i
 
 /// The fields of "OPCODE pins field|field action..." and the active field after all actions: pins
 /// to click, or @n to make field n active. Without actions the labels that are not plain numbers.
-std::string outcome(const QByteArray& script) {
+QByteArray outcome(const QByteArray& script) {
     const QByteArrayList words = script.split(' ');
     const auto& tool = *std::ranges::find(opcodeTools, words[0].toStdString(), &OpcodeTool::opcode);
     const int pins = words[1].toInt();
@@ -21,10 +21,10 @@ std::string outcome(const QByteArray& script) {
     for (const QByteArray& text : words[2].split('|')) {
         texts.push_back(text.toStdString());
     }
-    std::string labels;
+    QByteArray labels;
     for (int pin = 1; pin <= pins; ++pin) {
         const std::string label = pinLabel(tool, texts, pin, pins);
-        labels += label == std::to_string(pin) ? "" : label + ",";
+        labels += label == std::to_string(pin) ? "" : QByteArray::fromStdString(label + ",");
     }
     int active = -1;
     for (const QByteArray& action : words.sliced(3)) {
@@ -36,14 +36,14 @@ std::string outcome(const QByteArray& script) {
         const auto failure =
             thrownText([&] { clickPin(tool, texts, action.toInt(), pins, active); });
         if (!failure.isEmpty()) {
-            return std::pair(texts, active) == before ? failure.toStdString() : "half done";
+            return std::pair(texts, active) == before ? failure : "half done";
         }
     }
-    std::string fields;
+    QByteArray fields;
     for (const std::string& text : texts) {
-        fields += text + " ";
+        fields += QByteArray::fromStdString(text + " ");
     }
-    return words.size() == 3 ? labels : fields + "@" + std::to_string(active);
+    return words.size() == 3 ? labels : fields + "@" + QByteArray::number(active);
 }
 
 } // namespace
@@ -85,7 +85,7 @@ private Q_SLOTS:
             {"ALLDIR 14 0x41|0x41", "1  ON,7  ON,8  ON,14  ON,"},
             {"ALLDIR 14 LED|1", "14  ON,"},
             {"ALLDIR 6 0xFFFFFFF8|0b100", "4  ON,"},
-            {"ALLDIR 80 0x80000000|0", "32  ON,"},
+            {"ALLDIR 80 0x80000001|0", "1  ON,32  ON,"},
             {"DEFADDR 14 8|0x302|0x05000000", "2  A8,3  A9,5  A15,"},
             {"DEFADDR 14 LED|0x302|LED", "2  A0,3  A1,"},
             {"DEFADDR 14 4294967295|0x200|0", "2  A4294967296,"},
