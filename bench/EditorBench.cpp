@@ -21,6 +21,8 @@
 #include <utility>
 #include <vector>
 
+#include <malloc.h>
+
 namespace {
 
 using namespace pivex;
@@ -202,6 +204,9 @@ void compareLoading(const char* what, const QString& text) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // As the program itself does.
+    mallopt(M_MMAP_THRESHOLD, 32 * 1024 * 1024);
+    mallopt(M_TRIM_THRESHOLD, 64 * 1024 * 1024);
     const QApplication application(argc, argv);
     compareTyping("key in 4,095 instructions", program(409) + u"UDSCRN\n"_s.repeated(5));
     compareTyping("key in 20,000 lines", program(1666));

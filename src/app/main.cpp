@@ -7,10 +7,20 @@
 
 #include <cstdlib>
 
+#include <malloc.h>
+
 namespace {
 
 using namespace pivex;
 using namespace Qt::Literals::StringLiterals;
+
+/// Lets freed memory stay with the program: what reads the whole text at every keystroke would
+/// otherwise give its memory back each time and get it anew page by page.
+void keepFreedMemory() {
+    constexpr int blockLimit = 32 * 1024 * 1024; // the most that the C library takes
+    mallopt(M_MMAP_THRESHOLD, blockLimit);
+    mallopt(M_TRIM_THRESHOLD, 2 * blockLimit);
+}
 
 int exitCode(bool passed) {
     return passed ? EXIT_SUCCESS : EXIT_FAILURE;
@@ -29,6 +39,7 @@ int runWindow(const StartupOptions& options) {
 } // namespace
 
 int main(int argc, char* argv[]) {
+    keepFreedMemory();
     const QApplication application(argc, argv);
     QGuiApplication::setDesktopFileName(u"org.pivex.PivexGUI"_s);
     applyLook();
