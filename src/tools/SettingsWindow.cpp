@@ -93,6 +93,7 @@ private:
     int selectedSlot() const;
     bool offers(int slot) const;
 
+    void makeRoom();
     void render();
     void renderSwitches();
     void renderSpeed();
@@ -239,6 +240,15 @@ void SettingsWindow::state(const FontSlots& slotInfo, const QString& message, bo
         status->setText(message);
     }
     render();
+    if (!message.isEmpty()) {
+        makeRoom();
+    }
+}
+
+/// Grows the window until every wrapped text is whole: a layout does not do so by itself.
+void SettingsWindow::makeRoom() {
+    layout()->activate();
+    resize(width(), std::max(height(), layout()->totalHeightForWidth(width())));
 }
 
 bool SettingsWindow::isFree() const {
