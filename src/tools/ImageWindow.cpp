@@ -232,7 +232,7 @@ void ImageWindow::resizeImage() {
         return;
     }
     canvas->finish();
-    // A box may hold typed text that it has not yet turned into its value.
+    // Typed text that is no size gives way to the size that stood there before.
     widthBox->interpretText();
     heightBox->interpretText();
     ImageDocument& image = drawing->document;
