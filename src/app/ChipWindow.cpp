@@ -69,6 +69,7 @@ ChipWindow::ChipWindow(ConnectionTimings timings) : connection(timings) {
     watchWidgets();
     populate(newDocument(), {});
     refreshPorts();
+    pollTimer.setObjectName(u"pollTimer"_s);
     QObject::connect(&pollTimer, &QTimer::timeout, this, &ChipWindow::serialEvents);
     pollTimer.start(pollInterval);
 }

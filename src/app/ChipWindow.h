@@ -271,7 +271,7 @@ private:
     QPointer<QWidget> settingsWindow;
 
     SerialConnection connection;
-    QTimer pollTimer;
+    QTimer pollTimer{this};
 };
 
 } // namespace pivex

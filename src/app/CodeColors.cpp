@@ -43,7 +43,7 @@ public:
                 takeComment(std::min(line.find_first_of(U"\r\n", at), line.size()));
             } else if (startsHere(U"/*")) {
                 const std::size_t close = line.find(U"*/", at + 2);
-                takeComment(close == line.npos ? line.size() : close + 2);
+                takeComment(close == std::u32string_view::npos ? line.size() : close + 2);
             } else {
                 takeWord();
             }
@@ -66,7 +66,7 @@ private:
 
     void takeComment(std::size_t end) {
         const std::u32string_view text = line.substr(at, end - at);
-        isLineStart = isLineStart || text.find_first_of(U"\r\n") != text.npos;
+        isLineStart = isLineStart || text.find_first_of(U"\r\n") != std::u32string_view::npos;
         spans.push_back({at, text.size(), comment});
         at = end;
     }

@@ -136,7 +136,9 @@ void CodeEditor::resizeEvent(QResizeEvent* event) {
 void CodeEditor::keyPressEvent(QKeyEvent* event) {
     const bool isTab = event->key() == Qt::Key_Tab || event->key() == Qt::Key_Backtab;
     if (isTab && event->modifiers().testFlag(Qt::ControlModifier)) {
-        // Tab itself is typed, so this is the way out of the editor without a mouse.
+        // Tab itself is typed, so this is the way out of the editor without a mouse. The text
+        // editor's own version keeps the focus.
+        // NOLINTNEXTLINE(bugprone-parent-virtual-call)
         QWidget::focusNextPrevChild(event->key() == Qt::Key_Tab);
     } else if (event->matches(QKeySequence::InsertParagraphSeparator) ||
                event->matches(QKeySequence::InsertLineSeparator)) {

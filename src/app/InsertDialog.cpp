@@ -114,7 +114,8 @@ std::vector<std::string> InsertDialog::texts() const {
     return all;
 }
 
-QWidget* makeInsertColumn(QPlainTextEdit* editor, std::function<int()> pinCount, QWidget* parent) {
+QWidget* makeInsertColumn(QPlainTextEdit* editor, const std::function<int()>& pinCount,
+                          QWidget* parent) {
     auto* column = new QWidget(parent);
     auto* layout = new QVBoxLayout(column);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -143,8 +144,13 @@ void insertTool(QPlainTextEdit* editor, const OpcodeTool& tool, int pinCount) {
         warn(editor->window(), u"PivexGUI"_s, QString::fromUtf8(failure.what()));
         return;
     }
+    // The editor counts blocks as lines, so a pasted line separator must not stay inside of one.
+    line.replace(QChar::LineSeparator, u'\n');
+    // Without a block of its own the edit would become one with what is typed after it.
+    cursor.beginEditBlock();
     cursor.insertText(
         apart(line, editor->toPlainText(), cursor.selectionStart(), cursor.selectionEnd()));
+    cursor.endEditBlock();
     editor->setTextCursor(cursor);
     editor->setFocus();
 }

@@ -30,7 +30,8 @@ private:
 /// Builds the Insert Code column: a label, one button with a menu per category, a stretch. Choosing
 /// a tool runs its dialog and inserts its line into `editor`; `pinCount` is asked when the dialog
 /// opens.
-QWidget* makeInsertColumn(QPlainTextEdit* editor, std::function<int()> pinCount, QWidget* parent);
+QWidget* makeInsertColumn(QPlainTextEdit* editor, const std::function<int()>& pinCount,
+                          QWidget* parent);
 
 /// Runs the dialog of `tool` and, when accepted, puts the instruction on a line of its own in place
 /// of the editor's selection, as it stands when the dialog closes. One step of Undo takes it back.

@@ -15,6 +15,7 @@ using enum ToolArgKind;
 struct Field : ToolArg {
     constexpr Field() = default;
 
+    // NOLINTNEXTLINE(google-explicit-constructor): a table of bare labels reads as a table.
     constexpr Field(const char* name, ToolArgKind meaning = value, const char* first = "0")
         : ToolArg{name, meaning, first} {}
 };

@@ -174,10 +174,9 @@ std::size_t targetPlace(const std::vector<std::size_t>& fields,
 }
 
 void clickPins(Texts& texts, const std::vector<std::size_t>& fields, int pin, int& activeField) {
-    std::vector<std::uint32_t> numbers;
-    for (const std::size_t field : fields) {
-        numbers.push_back(pinLiteral(texts[field]));
-    }
+    std::vector<std::uint32_t> numbers(fields.size());
+    std::ranges::transform(fields, numbers.begin(),
+                           [&](std::size_t field) { return pinLiteral(texts[field]); });
     const auto holder = std::ranges::find(numbers, static_cast<std::uint32_t>(pin));
     if (holder != numbers.end()) {
         const std::size_t field = fields[static_cast<std::size_t>(holder - numbers.begin())];
