@@ -151,11 +151,6 @@ bool executeUpload(const UploadPlan& plan, const Send& send, const UploadProgres
     if (!isInUploadMode(send)) {
         return false;
     }
-    sendUploadPackets(plan, send, progress);
-    return true;
-}
-
-void sendUploadPackets(const UploadPlan& plan, const Send& send, const UploadProgress& progress) {
     std::uint64_t acknowledged = 0;
     for (const UploadPacket& packet : plan.packets) {
         sendUploadPacket(packet, send);
@@ -164,6 +159,7 @@ void sendUploadPackets(const UploadPlan& plan, const Send& send, const UploadPro
             progress(acknowledged, plan.packets.size());
         }
     }
+    return true;
 }
 
 void saveUploaded(const Send& send) {

@@ -32,13 +32,10 @@ using UploadProgress = std::function<void(std::uint64_t, std::uint64_t)>;
 /// to show; checked in this order: name, pins, type and image index, strings, code, code size.
 UploadPlan prepareUpload(const ChipDocument& document);
 
-/// Sends every packet of `plan` once the board said that it is in Upload Mode. False when it is
-/// not, and then nothing was sent. Throws std::runtime_error on a refusal or a fourth busy answer.
+/// Sends the packets of `plan` in order once the board said that it is in Upload Mode; a busy one
+/// up to four times. False when it is not in it, and then no packet was sent. Throws
+/// std::runtime_error on a refusal or a fourth busy answer.
 bool executeUpload(const UploadPlan& plan, const Send& send, const UploadProgress& progress = {});
-
-/// Sends the packets of `plan` in order; a busy one up to four times. Throws as `executeUpload`.
-void sendUploadPackets(const UploadPlan& plan, const Send& send,
-                       const UploadProgress& progress = {});
 
 /// Stores the upload for good. Throws std::runtime_error unless the board acknowledges.
 void saveUploaded(const Send& send);

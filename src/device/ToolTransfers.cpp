@@ -152,7 +152,10 @@ void sendImage(const std::vector<ImagePacket>& packets, const Send& send,
         for (const ImagePacket& packet : packets) {
             sendToolPacket(packet, send,
                            "Image command rejected; stopped without retrying a commit.");
-            progress(++accepted, packets.size());
+            ++accepted;
+            if (progress) {
+                progress(accepted, packets.size());
+            }
         }
     };
     explained("Image save stopped: ", sendAll,
