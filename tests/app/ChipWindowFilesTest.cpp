@@ -172,35 +172,29 @@ private Q_SLOTS:
         QVERIFY(bench.window.windowTitle().endsWith(u" *"_s));
     }
 
-    void compilesAndScans_data() {
-        QTest::addColumn<QString>("code");
-        QTest::addColumn<QString>("compiled");
-        QTest::addColumn<QString>("scanned");
-        QTest::addColumn<int>("caretBlock");
-        QTest::newRow("sound")
-            << u"// note\nGOSTRT\nENDTEST"_s
-            << u"Compile successful: 2 instructions, 32 bytes. Nothing sent to PCB."_s
-            << u"No code errors found."_s << 0;
-        const QString unknown = u"Line 2: Unknown opcode '<B>'."_s;
-        QTest::newRow("instruction number, not line")
-            << u"\n\nGOSTRT\n\n<B>\nENDTEST\nFUNC f"_s << unknown
-            << unknown + u"\nLine 3: Unclosed FUNC block."_s << 4;
-        QTest::newRow("line separator") << u"GOSTRT\u2028<B>\nENDTEST"_s << unknown << unknown << 1;
-    }
-
     void compilesAndScans() {
         ChipWindowBench bench;
-        QFETCH(const QString, code);
-        ChipDocument chip;
-        chip.code = code.toStdString();
-        bench.window.populate(chip, {});
-        bench.click("compileButton");
-        QTEST(bench.output(), "compiled");
-        QTEST(bench.code.textCursor().blockNumber(), "caretBlock");
-        bench.code.moveCursor(QTextCursor::Start);
-        bench.click("scanButton");
-        QTEST(bench.output(), "scanned");
-        QCOMPARE(bench.code.textCursor().blockNumber(), 0);
+        const auto check = [&](const char* code, const QString& compiled, const QString& scanned,
+                               int caretBlock) {
+            ChipDocument chip;
+            chip.code = code;
+            bench.window.populate(chip, {});
+            bench.click("compileButton");
+            QCOMPARE(bench.output(), compiled);
+            QCOMPARE(bench.code.textCursor().blockNumber(), caretBlock);
+            bench.code.moveCursor(QTextCursor::Start);
+            bench.click("scanButton");
+            QCOMPARE(bench.output(), scanned);
+            QCOMPARE(bench.code.textCursor().blockNumber(), 0);
+        };
+        check("// note\nGOSTRT\nENDTEST",
+              u"Compile successful: 2 instructions, 32 bytes. Nothing sent to PCB."_s,
+              u"No code errors found."_s, 0);
+        // Instructions are counted, not lines.
+        const QString unknown = u"Line 2: Unknown opcode '<B>'."_s;
+        check("\n\nGOSTRT\n\n<B>\nENDTEST\nFUNC f", unknown,
+              unknown + u"\nLine 3: Unclosed FUNC block."_s, 4);
+        check("GOSTRT\u2028<B>\nENDTEST", unknown, unknown, 1);
         bench.click("clearOutputButton");
         QCOMPARE(bench.output(), QString());
     }
