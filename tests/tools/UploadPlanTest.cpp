@@ -1,9 +1,8 @@
 #include "support/Hex.h"
+#include "support/TextCases.h"
 #include "support/Thrown.h"
 #include "tools/FontUploadPlan.h"
 #include "tools/ImageUploadPlan.h"
-
-#include <QTest>
 
 #include <numeric>
 
@@ -51,7 +50,24 @@ ImageDocument withRuns(int runs) {
     return image;
 }
 
-const QByteArrayList badNames{" \t", "a\r", "x" + QByteArray(31, ' ')};
+/// Why there is no plan for "image|slot|width|runs|name", or for "font|slot|width|height|columns|
+/// name", whose columns are all 8. Empty if there is one.
+QByteArray refusalOf(const QByteArray& text) {
+    const QByteArrayList words = text.split('|');
+    const std::string name = words.last().toStdString();
+    const auto number = [&](int at) { return words[at].toInt(); };
+    return thrownText([&] {
+        if (words[0] == "font") {
+            const Bytes eights(static_cast<std::size_t>(number(4)), 8);
+            return fontUploadPlan({name, number(2), number(3), eights}, number(1)).clear();
+        }
+        ImageDocument image = withRuns(number(3));
+        image.width = number(2);
+        image.name = name;
+        image.pixels[0] = 1;
+        imageUploadPlan(image, number(1));
+    });
+}
 
 } // namespace
 
@@ -101,57 +117,30 @@ private Q_SLOTS:
     }
 
     /// Every case has the faults of all later checks too, so that the order shows.
-    void refusesImagesInOrder() {
-        const auto refusal = [](int slot, int width, const QByteArray& name, int runs) {
-            ImageDocument image = withRuns(runs);
-            image.width = width;
-            image.name = name.toStdString();
-            image.pixels[0] = 1;
-            return thrownText([&] { imageUploadPlan(image, slot); });
-        };
-        for (const int slot : {-1, 0, 240}) {
-            QCOMPARE(refusal(slot, 161, "", 1366),
-                     "Image slot must be 1-239. Slot zero is reserved.");
-        }
-        QCOMPARE(refusal(1, 161, "", 1366), "Image size must be 1-160 wide and 1-128 high.");
-        for (const QByteArray& name : badNames) {
-            QCOMPARE(refusal(1, 160, name, 1366),
-                     "PCB image name must be 1-31 UTF-8 bytes on one line.");
-        }
-        QCOMPARE(refusal(1, 160, "x", 1366),
-                 "Compressed image exceeds 4096 bytes. Simplify the artwork before uploading.");
-        QCOMPARE(refusal(1, 159, "x", 1365), "Invalid image run length or expanded size.");
-        QCOMPARE(refusal(1, 160, "x", 1365), "Image pixels and compressed data do not agree.");
+    void refusesInOrder_data() {
+        const QByteArray blanks(30, ' ');
+        addTextCases({
+            {"image|1|161|1366|", "Image size must be 1-160 wide and 1-128 high."},
+            {"image|1|160|1366|x",
+             "Compressed image exceeds 4096 bytes. Simplify the artwork before uploading."},
+            {"image|1|159|1365|x", "Invalid image run length or expanded size."},
+            {"image|1|160|1365|x", "Image pixels and compressed data do not agree."},
+            {"font|0|1|3|255|x" + blanks, "Font column exceeds its height."},
+            {"font|5|1|4|255|x", ""},
+        });
+        addTexts("Image slot must be 1-239. Slot zero is reserved.",
+                 {"image|-1|161|1366|", "image|0|161|1366|", "image|240|161|1366|"});
+        addTexts("PCB image name must be 1-31 UTF-8 bytes on one line.",
+                 {"image|1|160|1366| \t", "image|1|160|1366|a\r", "image|1|160|1366|xx" + blanks});
+        addTexts("Font dimensions or slot exceed PCB limits.",
+                 {"font|-1|1|3|1|", "font|6|1|3|1|", "font|0|0|3|1|", "font|0|256|3|256|",
+                  "font|0|1|0|1|", "font|0|1|9|1|", "font|0|1|3|0|", "font|0|4|3|10|",
+                  "font|0|1|3|256|"});
+        addTexts("PCB font name must be 1 through 31 UTF-8 bytes, on one line.",
+                 {"font|0|1|3|1| \t", "font|0|1|3|1|a\r", "font|0|1|3|1|xx" + blanks});
     }
 
-    /// The same for fonts.
-    void refusesFontsInOrder() {
-        const auto refusal = [](const std::array<int, 4>& sizes, const QByteArray& name) {
-            const auto [slot, width, height, columns] = sizes;
-            const Bytes eights(static_cast<std::size_t>(columns), 8);
-            const FontDocument font{name.toStdString(), width, height, eights};
-            return thrownText([&, to = slot] { fontUploadPlan(font, to); });
-        };
-        for (const std::array<int, 4> sizes :
-             std::initializer_list<std::array<int, 4>>{{-1, 1, 3, 1},
-                                                       {6, 1, 3, 1},
-                                                       {0, 0, 3, 1},
-                                                       {0, 256, 3, 256},
-                                                       {0, 1, 0, 1},
-                                                       {0, 1, 9, 1},
-                                                       {0, 1, 3, 0},
-                                                       {0, 4, 3, 10},
-                                                       {0, 1, 3, 256}}) {
-            QCOMPARE(refusal(sizes, ""), "Font dimensions or slot exceed PCB limits.");
-        }
-        for (const QByteArray& name : badNames) {
-            QCOMPARE(refusal({0, 1, 3, 1}, name),
-                     "PCB font name must be 1 through 31 UTF-8 bytes, on one line.");
-        }
-        QCOMPARE(refusal({0, 1, 3, 255}, "x" + QByteArray(30, ' ')),
-                 "Font column exceeds its height.");
-        QCOMPARE(refusal({5, 1, 4, 255}, "x"), "");
-    }
+    void refusesInOrder() { checkTextCase(refusalOf); }
 };
 
 QTEST_APPLESS_MAIN(UploadPlanTest)
