@@ -194,7 +194,7 @@ private Q_SLOTS:
         const QString unknown = u"Line 2: Unknown opcode '<B>'."_s;
         check("\n\nGOSTRT\n\n<B>\nENDTEST\nFUNC f", unknown,
               unknown + u"\nLine 3: Unclosed FUNC block."_s, 4);
-        check("GOSTRT\u2028<B>\nENDTEST", unknown, unknown, 1);
+        check("GOSTRT\u2028ENDTEST\n<B>", unknown, unknown, 2);
         bench.click("clearOutputButton");
         QCOMPARE(bench.output(), QString());
     }
