@@ -146,11 +146,8 @@ void insertTool(QPlainTextEdit* editor, const OpcodeTool& tool, int pinCount) {
     }
     // The editor counts blocks as lines, so a pasted line separator must not stay inside of one.
     line.replace(QChar::LineSeparator, u'\n');
-    // Without a block of its own the edit would become one with what is typed after it.
-    cursor.beginEditBlock();
     cursor.insertText(
         apart(line, editor->toPlainText(), cursor.selectionStart(), cursor.selectionEnd()));
-    cursor.endEditBlock();
     editor->setTextCursor(cursor);
     editor->setFocus();
 }

@@ -112,7 +112,8 @@ void PinSelector::click(int pin) {
     try {
         clickPin(tool, changed, pin, pinCount, activeField);
     } catch (const std::runtime_error& failure) {
-        warn(this, u"Pin selector"_s, QString::fromUtf8(failure.what()));
+        // Under the window, so that the box does not take on the look of the pins.
+        warn(window(), u"Pin selector"_s, QString::fromUtf8(failure.what()));
         return;
     }
     for (std::size_t i = 0; i < fields.size(); ++i) {
