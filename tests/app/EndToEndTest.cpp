@@ -1,10 +1,15 @@
 #include "ChipWindowBench.h"
+#include "language/ChipCompiler.h"
+#include "model/ChipFileCodec.h"
+#include "tools/FileAccess.h"
+
+#include <QDir>
 
 using namespace pivex;
 using namespace pivex::testing;
 using namespace Qt::Literals::StringLiterals;
 
-/// Keys and mouse on a real X server, from an empty editor to a test stored on the board.
+/// On a real X server, from an empty editor or a folder of files to tests stored on the board.
 class EndToEndTest : public QObject {
     Q_OBJECT
 
@@ -56,6 +61,31 @@ private Q_SLOTS:
             QCOMPARE(model.storage.chips.at(0).pins, 16);
             QCOMPARE(model.storage.chips.at(0).code.size(), 48);
         });
+    }
+
+    void storesTheExamples() {
+        ConnectedBench bench;
+        bench.window.show();
+        const QDir folder(QStringLiteral(PIVEX_EXAMPLES_DIR));
+        QStringList paths;
+        for (const QString& file : folder.entryList({u"*.chip"_s}, QDir::Files, QDir::Name)) {
+            paths << folder.filePath(file);
+        }
+        QVERIFY(paths.size() >= 10);
+        bench.window.addPaths(paths);
+        QVERIFY(bench.runs("batchSaveButton", QMessageBox::Yes));
+        QCOMPARE(bench.stored.count(), paths.size());
+        for (int row = 0; row < paths.size(); ++row) {
+            const ChipDocument source = decodeChip(readFileBytes(paths[row]));
+            bench.stored.setCurrentRow(row);
+            // What was read before counts as unsaved.
+            QVERIFY(row == 0 ? bench.runs("loadSelectedButton")
+                             : bench.runs("loadSelectedButton", QMessageBox::Discard));
+            const ChipDocument stored = bench.window.document();
+            QCOMPARE(stored.name, source.name);
+            QCOMPARE(stored.strings, source.strings);
+            QCOMPARE(compileChip(stored).bytes, compileChip(source).bytes);
+        }
     }
 };
 
