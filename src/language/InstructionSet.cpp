@@ -33,11 +33,14 @@ constexpr std::size_t slotOf(std::string_view name) {
 /// Every instruction in the first free slot from `slotOf` its name on.
 constexpr auto nameIndex = [] {
     std::array<const Definition*, slotCount> index{};
+    // Under the sanitizers the compiler does not compare such a pointer with null in advance.
+    std::array<bool, slotCount> isTaken{};
     for (const Definition& definition : definitions) {
         std::size_t slot = slotOf(definition.name);
-        while (index[slot] != nullptr) {
+        while (isTaken[slot]) {
             slot = (slot + 1) % slotCount;
         }
+        isTaken[slot] = true;
         index[slot] = &definition;
     }
     return index;
