@@ -160,6 +160,12 @@ void measurePauses(Desk& desk) {
     });
 }
 
+/// Runs the event loop. Quitting would ask the windows first, and they would ask the user.
+void runFor(std::chrono::seconds time) {
+    QTimer::singleShot(time, [] { QCoreApplication::exit(); });
+    QApplication::exec();
+}
+
 void measureIdle(Desk& desk) {
     desk.measure("open and read all tool windows", [&] {
         desk.window.openFonts();
@@ -167,11 +173,9 @@ void measureIdle(Desk& desk) {
         desk.window.openSettings();
     });
     constexpr auto watched = 10s;
-    QTimer::singleShot(5s, qApp, &QCoreApplication::quit);
-    QApplication::exec(); // the automatic reads end
+    runFor(5s); // the automatic reads end
     const double before = processorSeconds();
-    QTimer::singleShot(watched, qApp, &QCoreApplication::quit);
-    QApplication::exec();
+    runFor(watched);
     const double share = (processorSeconds() - before) / static_cast<double>(watched.count());
     std::printf("%-34s %.2f %% of a core\n", "idle, four windows, connected", share * 100);
 }
@@ -181,7 +185,7 @@ void measurePolls(Desk& desk) {
     int polls = 0;
     QObject::connect(&timer, &QTimer::timeout, qApp, [&polls] {
         if (++polls % hourOfPolls == 0) {
-            QCoreApplication::quit();
+            QCoreApplication::exit();
         }
     });
     timer.setInterval(0);
