@@ -72,15 +72,19 @@ class BoardModelTest : public QObject {
 
 private Q_SLOTS:
 
-    void readsChipsInPieces() {
+    void readsWhatItStored() {
         BoardModel board;
-        answers(board, packetsOf("chip"));
+        answers(board, packetsOf("chip") + packetsOf("image") + packetsOf("font"));
         board.traits = {.metadataSize = 45, .metadataPiece = 42, .codePiece = 100, .codeExtra = 5};
         QCOMPARE(answers(board, {"d60000", "d6aaaa", "d6aaaa", "d60100", "d6aaaa"}),
                  "bc5aa5" + nameField + "04010e0150000200 bc000000 bc b4 b4");
         QCOMPARE(answers(board, {"d70000", "d7aaaa", "d7aaaa", "d7aaaa", "d70100", "d7aaaa"}),
                  "bd8500 bd" + bytes("07", 80) + bytes("ff", 20) + " bd" + bytes("ff", 33) +
                      " bd b4 b4");
+        QCOMPARE(answers(board, {"d8000005", "d8000007", "cf", "af"}), "be62 be b2 05");
+        QCOMPARE(answers(board, {"e71400", "eb1400", "d41400", "eb0f00", "de04", "e604", "de04"}),
+                 "e9" + nameField + "080230000000 b0 b3 b0 e20402070300000000" + nameField +
+                     " b0 e104");
     }
 
     void refusesWhatIsOutOfRange() {
@@ -150,7 +154,7 @@ private Q_SLOTS:
 
     void takesNoChipOutsideUploadMode() {
         BoardModel board;
-        answers(board, packetsOf("chip").mid(0, 16));
+        answers(board, packetsOf("chip").mid(0, 15));
         board.uploadMode = false;
         QCOMPARE(answers(board, {"af", "c6", "cf"}), "06 b4 b4");
         QVERIFY(!answers(board, packetsOf("chip")).contains("b2"));

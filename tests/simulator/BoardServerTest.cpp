@@ -149,6 +149,7 @@ private Q_SLOTS:
             {"--fault ChipCount:2:Busy:2|c8 af c8 c8 c8",
              "b9050300, 0505, b105, b105, b9050300, 0"},
             {"--fault DeleteAllChips:1:Busy|d3 c8", "b105, b9050300, 0"},
+            {"--fault DeleteAllChips:1:Refuse|d3 c8", "b405, b9050300, 0"},
             {"--fault DeleteAllChips:1:Silent|d3 c8", ", b9050000, 0"},
             {"--fault DeleteAllChips:1:Stale|d3 c8", "b204 b205, b9050000, 0"},
             {"--fault DeleteAllChips:1:Glued|d3", "? b205 ?, 0"},
