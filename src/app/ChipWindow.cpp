@@ -32,9 +32,11 @@ void setName(QObject* object, const char* name) {
     object->setObjectName(QLatin1StringView(name));
 }
 
+// Every widget is made inside its pane: one that is moved there later gets its style twice.
+
 QListWidget* addList(QBoxLayout* parent, const QString& caption, const char* name) {
-    auto* label = new QLabel(caption);
-    auto* list = new QListWidget;
+    auto* label = new QLabel(caption, parent->parentWidget());
+    auto* list = new QListWidget(parent->parentWidget());
     setName(list, name);
     list->setFixedHeight(listHeight);
     list->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
@@ -45,7 +47,7 @@ QListWidget* addList(QBoxLayout* parent, const QString& caption, const char* nam
 }
 
 QLineEdit* addLineEdit(QFormLayout* form, const QString& caption, const QString& name) {
-    auto* edit = new QLineEdit;
+    auto* edit = new QLineEdit(form->parentWidget());
     edit->setObjectName(name);
     // The toolkit's own limit would cut a long text of a file without a word.
     edit->setMaxLength(std::numeric_limits<int>::max());
@@ -54,7 +56,7 @@ QLineEdit* addLineEdit(QFormLayout* form, const QString& caption, const QString&
 }
 
 QComboBox* addChoice(QFormLayout* form, const QString& caption, const char* name) {
-    auto* box = new QComboBox;
+    auto* box = new QComboBox(form->parentWidget());
     setName(box, name);
     form->addRow(caption, box);
     return box;
@@ -84,23 +86,24 @@ ChipWindow::~ChipWindow() {
 QWidget* ChipWindow::centralPane() {
     auto* pane = new QWidget(this);
     auto* layout = new QVBoxLayout(pane);
-    layout->addLayout(headerRow());
-    layout->addLayout(portRow());
-    auto* panes = new QSplitter(Qt::Horizontal);
-    panes->addWidget(filePane());
-    panes->addWidget(codePane());
-    panes->addWidget(storedPane());
+    addHeaderRow(layout);
+    addPortRow(layout);
+    auto* panes = new QSplitter(Qt::Horizontal, pane);
+    panes->addWidget(filePane(panes));
+    panes->addWidget(codePane(panes));
+    panes->addWidget(storedPane(panes));
     panes->setStretchFactor(1, 1);
     panes->setSizes({190, 740, 250});
     layout->addWidget(panes, 1);
     return pane;
 }
 
-QBoxLayout* ChipWindow::headerRow() {
+void ChipWindow::addHeaderRow(QBoxLayout* pane) {
     auto* row = new QHBoxLayout;
-    auto* caption = new QLabel(u"PivexGUI"_s);
+    pane->addLayout(row);
+    auto* caption = new QLabel(u"PivexGUI"_s, pane->parentWidget());
     caption->setStyleSheet(u"font-size:24px"_s);
-    link.status = new QLabel(u"Not Connected"_s);
+    link.status = new QLabel(u"Not Connected"_s, pane->parentWidget());
     setName(link.status, "statusLabel");
     link.status->setTextFormat(Qt::PlainText);
     // A board with a long name must not widen the window.
@@ -108,13 +111,13 @@ QBoxLayout* ChipWindow::headerRow() {
     row->addWidget(caption);
     row->addStretch();
     row->addWidget(link.status);
-    return row;
 }
 
-QBoxLayout* ChipWindow::portRow() {
+void ChipWindow::addPortRow(QBoxLayout* pane) {
     auto* row = new QHBoxLayout;
-    auto* caption = new QLabel(u"Port:"_s);
-    link.port = new QComboBox;
+    pane->addLayout(row);
+    auto* caption = new QLabel(u"Port:"_s, pane->parentWidget());
+    link.port = new QComboBox(pane->parentWidget());
     setName(link.port, "portBox");
     link.port->setEditable(true);
     // What is typed stays as it is typed: it is not listed on Return and never completed.
@@ -128,11 +131,10 @@ QBoxLayout* ChipWindow::portRow() {
     link.refresh = button(row, u"Refresh"_s, "portRefreshButton", &ChipWindow::refreshPorts);
     link.connect = button(row, u"Connect"_s, "connectButton", &ChipWindow::toggleConnection);
     row->addStretch();
-    return row;
 }
 
-QWidget* ChipWindow::filePane() {
-    auto* pane = new QWidget;
+QWidget* ChipWindow::filePane(QWidget* parent) {
+    auto* pane = new QWidget(parent);
     pane->setMinimumWidth(175);
     auto* layout = new QVBoxLayout(pane);
     files = addList(layout, u"Chip Files"_s, "chipFileList");
@@ -151,19 +153,20 @@ QWidget* ChipWindow::filePane() {
     return pane;
 }
 
-QWidget* ChipWindow::codePane() {
-    auto* pane = new QWidget;
+QWidget* ChipWindow::codePane(QWidget* parent) {
+    auto* pane = new QWidget(parent);
     auto* layout = new QVBoxLayout(pane);
-    layout->addLayout(editorRow(), 1);
-    layout->addWidget(outputPane());
-    layout->addLayout(outputRow());
-    layout->addLayout(stringForm());
+    addEditorRow(layout);
+    addOutputPane(layout);
+    addOutputRow(layout);
+    addStringForm(layout);
     return pane;
 }
 
-QBoxLayout* ChipWindow::editorRow() {
+void ChipWindow::addEditorRow(QBoxLayout* pane) {
     auto* row = new QHBoxLayout;
-    fields.code = new CodeEditor;
+    pane->addLayout(row, 1);
+    fields.code = new CodeEditor(pane->parentWidget());
     setName(fields.code, "codeEditor");
     fields.code->setAccessibleName(u"Code"_s);
     fields.code->setLineWrapMode(QPlainTextEdit::NoWrap);
@@ -173,37 +176,36 @@ QBoxLayout* ChipWindow::editorRow() {
     new Highlighter(fields.code->document());
     row->addWidget(fields.code, 1);
     row->addWidget(makeInsertColumn(
-        fields.code, [this] { return fields.pins->currentData().toInt(); }, this));
-    return row;
+        fields.code, [this] { return fields.pins->currentData().toInt(); }, pane->parentWidget()));
 }
 
-QWidget* ChipWindow::outputPane() {
-    output = new QPlainTextEdit;
+void ChipWindow::addOutputPane(QBoxLayout* pane) {
+    output = new QPlainTextEdit(pane->parentWidget());
     setName(output, "outputPane");
     output->setAccessibleName(u"Output"_s);
     output->setReadOnly(true);
     output->setMaximumHeight(110);
-    return output;
+    pane->addWidget(output);
 }
 
-QBoxLayout* ChipWindow::outputRow() {
+void ChipWindow::addOutputRow(QBoxLayout* pane) {
     auto* row = new QHBoxLayout;
+    pane->addLayout(row);
     button(row, u"Compile (F7)"_s, "compileButton", &ChipWindow::compile);
     button(row, u"Scan Errors"_s, "scanButton", &ChipWindow::scan);
     button(row, u"Clear Output"_s, "clearOutputButton", &ChipWindow::clearOutput);
-    return row;
 }
 
-QFormLayout* ChipWindow::stringForm() {
+void ChipWindow::addStringForm(QBoxLayout* pane) {
     auto* form = new QFormLayout;
+    pane->addLayout(form);
     for (std::size_t i = 0; i < fields.strings.size(); ++i) {
         fields.strings[i] = addLineEdit(form, u"String %1:"_s.arg(i), u"string%1"_s.arg(i));
     }
-    return form;
 }
 
-QWidget* ChipWindow::storedPane() {
-    auto* pane = new QWidget;
+QWidget* ChipWindow::storedPane(QWidget* parent) {
+    auto* pane = new QWidget(parent);
     auto* layout = new QVBoxLayout(pane);
     stored.list = addList(layout, u"Pivex Chips"_s, "storedChipList");
     stored.list->setToolTip(u"Stored PCB tests. Select one, then Load Selected to read it into the "
@@ -214,20 +216,20 @@ QWidget* ChipWindow::storedPane() {
     stored.remove = button(layout, u"Delete Selected"_s, "deleteSelectedButton",
                            &ChipWindow::deleteSelectedChip);
     layout->addStretch();
-    layout->addLayout(metadataForm());
+    addMetadataForm(layout);
     layout->addStretch();
     button(layout, u"Save File As…"_s, "saveAsButton", &ChipWindow::saveFileAs);
     button(layout, u"Save File"_s, "saveFileButton", &ChipWindow::saveFile);
     return pane;
 }
 
-QFormLayout* ChipWindow::metadataForm() {
+void ChipWindow::addMetadataForm(QBoxLayout* pane) {
     auto* form = new QFormLayout;
+    pane->addLayout(form);
     fields.name = addLineEdit(form, u"Chip Name"_s, u"nameEdit"_s);
     fields.type = addChoice(form, u"Type"_s, "typeBox");
     fields.pins = addChoice(form, u"No. Pins"_s, "pinsBox");
     fields.image = addChoice(form, u"Image Index"_s, "imageBox");
-    return form;
 }
 
 void ChipWindow::makeMenus() {
@@ -278,7 +280,7 @@ void ChipWindow::watchWidgets() {
 
 QPushButton* ChipWindow::button(QBoxLayout* parent, const QString& text, const char* name,
                                 Action action) {
-    auto* made = new QPushButton(text);
+    auto* made = new QPushButton(text, parent->parentWidget());
     setName(made, name);
     parent->addWidget(made);
     QObject::connect(made, &QPushButton::clicked, this, action);

@@ -19,7 +19,6 @@
 class QAction;
 class QBoxLayout;
 class QComboBox;
-class QFormLayout;
 class QLabel;
 class QLineEdit;
 class QListWidget;
@@ -128,16 +127,16 @@ private:
 
     // Layout and menus.
     QWidget* centralPane();
-    QBoxLayout* headerRow();
-    QBoxLayout* portRow();
-    QWidget* filePane();
-    QWidget* codePane();
-    QBoxLayout* editorRow();
-    QWidget* outputPane();
-    QBoxLayout* outputRow();
-    QFormLayout* stringForm();
-    QWidget* storedPane();
-    QFormLayout* metadataForm();
+    void addHeaderRow(QBoxLayout* pane);
+    void addPortRow(QBoxLayout* pane);
+    QWidget* filePane(QWidget* parent);
+    QWidget* codePane(QWidget* parent);
+    void addEditorRow(QBoxLayout* pane);
+    void addOutputPane(QBoxLayout* pane);
+    void addOutputRow(QBoxLayout* pane);
+    void addStringForm(QBoxLayout* pane);
+    QWidget* storedPane(QWidget* parent);
+    void addMetadataForm(QBoxLayout* pane);
     void makeMenus();
     void makeToolsMenu();
     void watchWidgets();
