@@ -149,6 +149,7 @@ std::vector<Time> type(QPlainTextEdit& editor, Repaint repaint) {
 
 std::vector<Time> load(QPlainTextEdit& editor, const QString& text) {
     std::vector<Time> times;
+    times.reserve(loads);
     for (int i = 0; i < loads; ++i) {
         times.push_back(timeOf([&] {
             editor.setPlainText(text);

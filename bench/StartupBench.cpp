@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cstdio>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -72,8 +73,8 @@ struct Start {
     double megabytes;
 };
 
-Start startOnce(char* program, const char* kind) {
-    std::array<char*, 3> arguments{program, const_cast<char*>(kind), nullptr};
+Start startOnce(char* program, std::string kind) {
+    const std::array<char*, 3> arguments{program, kind.data(), nullptr};
     pid_t child = 0;
     const auto begin = Clock::now();
     if (posix_spawn(&child, program, nullptr, nullptr, arguments.data(), environ) != 0) {

@@ -15,8 +15,8 @@ enum class ByteKind : std::uint8_t { word, blank, lineBreak, slash };
 
 constexpr auto byteKinds = [] {
     std::array<ByteKind, 256> kinds{};
-    for (const unsigned char blank : {' ', '\t', '\v', '\f'}) {
-        kinds[blank] = ByteKind::blank;
+    for (const char blank : {' ', '\t', '\v', '\f'}) {
+        kinds[static_cast<unsigned char>(blank)] = ByteKind::blank;
     }
     kinds['\n'] = kinds['\r'] = ByteKind::lineBreak;
     kinds['/'] = ByteKind::slash;

@@ -32,7 +32,7 @@ bool shows(const ChipWindowBench& bench, const char* child, const QString& text)
 std::vector<Command> commands(const BoardServer& board) {
     std::vector<Command> seen;
     std::ranges::transform(board.requests(), std::back_inserter(seen), &BoardRequest::command);
-    seen.erase(std::ranges::unique(seen).begin(), seen.end());
+    seen.erase(std::unique(seen.begin(), seen.end()), seen.end());
     return seen;
 }
 

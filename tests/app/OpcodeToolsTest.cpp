@@ -4,6 +4,8 @@
 #include "language/InstructionSet.h"
 #include "support/Thrown.h"
 
+#include <QtTest>
+
 #include <set>
 
 using namespace pivex;

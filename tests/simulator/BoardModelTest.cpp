@@ -19,9 +19,9 @@ QByteArray bytes(const char* byte, int count) {
 /// The name "x" in its field.
 const QByteArray nameField = "78" + bytes("00", 31);
 
-QByteArrayList inPieces(const QByteArray& command, const QByteArray& hex, int size) {
+QByteArrayList inPieces(const QByteArray& command, const QByteArray& hex, qsizetype size) {
     QByteArrayList packets;
-    for (int at = 0; at < hex.size(); at += 2 * size) {
+    for (qsizetype at = 0; at < hex.size(); at += 2 * size) {
         packets.append(command + hex.mid(at, 2 * size));
     }
     return packets;

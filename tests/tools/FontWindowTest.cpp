@@ -24,7 +24,7 @@ namespace {
 
 FontDocument font(int width, int height, int glyphs, const char* name = "Sample <b>") {
     FontDocument made{.name = name, .width = width, .height = height, .columns = {}};
-    made.columns.resize(static_cast<std::size_t>(width * glyphs), 1);
+    made.columns.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(glyphs), 1);
     return made;
 }
 

@@ -12,7 +12,7 @@ using namespace pivex::testing;
 namespace {
 
 /// `count` zero bytes in hexadecimal.
-QByteArray zeros(int count) {
+QByteArray zeros(qsizetype count) {
     return QByteArray(2 * count, '0');
 }
 
