@@ -82,6 +82,8 @@ private Q_SLOTS:
                  "bd8500 bd" + bytes("07", 80) + bytes("ff", 20) + " bd" + bytes("ff", 33) +
                      " bd b4 b4");
         QCOMPARE(answers(board, {"d8000005", "d8000007", "cf", "af"}), "be62 be b2 05");
+        board.traits.imagePiece = 40;
+        QCOMPARE(answers(board, {"e814000000"}), "ea0000" + bytes("01", 40));
         QCOMPARE(answers(board, {"e71400", "eb1400", "d41400", "eb0f00", "de04", "e604", "de04"}),
                  "e9" + nameField + "080230000000 b0 b3 b0 e20402070300000000" + nameField +
                      " b0 e104");

@@ -5,6 +5,7 @@
 #include "support/Hex.h"
 #include "support/TextCases.h"
 
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -109,11 +110,17 @@ private Q_SLOTS:
         QVERIFY(requests[101] == (BoardRequest{Command::ChipName, {0, 0}, 7}));
     }
 
-    void servesInAFlood() {
+    void answersLateAndInAFlood() {
         BoardServer board(namedBoard());
-        board.withModel([](BoardModel& model) { model.addFault({.kind = FaultKind::Flood}); });
+        board.withModel([](BoardModel& model) {
+            model.addFault({.kind = FaultKind::Late, .delay = std::chrono::milliseconds(30)});
+            model.addFault({.packet = 2, .kind = FaultKind::Flood});
+        });
         const Client client(board.path());
+        QElapsedTimer time;
+        time.start();
         QCOMPARE(client.heard(), "");
+        QVERIFY(time.elapsed() >= 30);
         QByteArray noise;
         QTRY_VERIFY((noise += client.heard()).contains("? ?"));
         client.request("c8");
@@ -154,6 +161,7 @@ private Q_SLOTS:
             {"--fault DeleteAllChips:1:Stale|d3 c8", "b204 b205, b9050000, 0"},
             {"--fault DeleteAllChips:1:Glued|d3", "? b205 ?, 0"},
             {"--fault ChipCount:1:Busy --fault ChipCount:1:Split|c8 c8", "b105, b9050300, 0"},
+            {"|da0100 c70000", "b205, ba05" + QByteArray("7400 quad NAND, gate 1").toHex() + ", 0"},
             {"--no-upload-mode --chips 7|af c8", "0605, b9050a00, 0"},
             {"--help", "0 Usage: pivex-board [options]"},
             {"--sample", "2 pivex-board: Unknown option \"--sample\". Try --help."},
