@@ -87,6 +87,36 @@ private Q_SLOTS:
             QCOMPARE(compileChip(stored).bytes, compileChip(source).bytes);
         }
     }
+
+    void keepsWhatIsDrawn() {
+        ConnectedBench bench;
+        bench.window.openImages();
+        QVERIFY(bench.idle());
+        auto& images = child<QWidget>(bench.window, "imageWindow");
+        auto& list = child<QListWidget>(images, "slotList");
+        auto& view = child<QPlainTextEdit>(images, "codeView");
+        const auto press = [&](const char* button, const auto&... answer) {
+            (bench.dialogs.answer(answer), ...);
+            child<QPushButton>(images, button).click();
+            return bench.idle();
+        };
+        QVERIFY(press("newButton", u"OK"_s));
+        auto& canvas = child<QWidget>(images, "editCanvas");
+        QTest::mousePress(&canvas, Qt::LeftButton, {}, {12, 12});
+        QTest::mouseMove(&canvas, {72, 42});
+        QTest::mouseRelease(&canvas, Qt::LeftButton, {}, {72, 42});
+        const QString drawn = view.toPlainText();
+        list.setCurrentRow(19);
+        QVERIFY(press("saveBoardButton"));
+        QCOMPARE(list.item(19)->text(), u"020  New Image"_s);
+        QVERIFY(press("newButton", QMessageBox::Discard, u"OK"_s));
+        QVERIFY(view.toPlainText() != drawn);
+        QVERIFY(press("loadBoardButton", QMessageBox::Discard));
+        QCOMPARE(view.toPlainText(), drawn);
+        QVERIFY(press("deleteBoardButton", u"Delete"_s));
+        QVERIFY(press("refreshButton"));
+        QCOMPARE(list.item(19)->text(), u"020  [EMPTY]"_s);
+    }
 };
 
 QTEST_MAIN(EndToEndTest)
