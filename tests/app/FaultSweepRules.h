@@ -2,7 +2,9 @@
 
 #include "FaultSweepStation.h"
 
+#include <map>
 #include <optional>
+#include <set>
 #include <span>
 
 namespace pivex::testing {
@@ -107,6 +109,19 @@ inline constexpr Misbehaviour misbehaviours[] = {
     {"echoed wrongly", FaultKind::WrongEcho, nullptr, &Rule::wrongEcho},
 };
 
+/// The first, a middle and the last request of each command.
+inline std::set<std::size_t> sweptRequests(const std::vector<BoardRequest>& requests) {
+    std::map<Command, std::vector<std::size_t>> places;
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        places[requests[i].command].push_back(i);
+    }
+    std::set<std::size_t> swept;
+    for (const auto& [command, all] : places) {
+        swept.insert({all.front(), all[all.size() / 2], all.back()});
+    }
+    return swept;
+}
+
 /// What has to come of a fault.
 struct Expectation {
     Fault fault{};
@@ -114,8 +129,13 @@ struct Expectation {
     bool succeeds = true;       ///< as if nothing had been
     bool staysConnected = true; ///< nothing is lost but the operation
     std::size_t repeats = 0;    ///< how often the request is sent again
+    bool isReceived = true;     ///< the board gets the request
     bool isResized = false;     ///< the answer's length changes what is asked for afterwards
 };
+
+inline const Misbehaviour& misbehaviour(FaultKind kind) {
+    return *std::ranges::find(misbehaviours, kind, &Misbehaviour::kind);
+}
 
 /// What has to come of `how` at the request `index` of `operation`, whose requests are `clean`
 /// without a fault; empty where the fault makes no difference.
@@ -173,6 +193,77 @@ inline std::optional<Expectation> expectationOf(const Operation& operation,
         .repeats = isBusy ? rule.busyAllowed : 0,
         .isResized = how.special != &Rule::refused && how.special != nullptr &&
                      (command == Command::ReadChipMetadata || command == Command::ReadChipCode)};
+}
+
+/// Whether the board got the requests of an undisturbed run up to the spoilt one, the repetitions
+/// of that one, and then the rest if the operation went on, else nothing.
+inline bool isRightTraffic(const std::vector<BoardRequest>& seen,
+                           const std::vector<BoardRequest>& clean, std::size_t index,
+                           const Expectation& expected) {
+    std::vector<BoardRequest> wanted = clean;
+    wanted.resize(expected.succeeds ? clean.size() : index + (expected.isReceived ? 1 : 0));
+    wanted.insert(wanted.begin() + static_cast<std::ptrdiff_t>(index), expected.repeats,
+                  clean[index]);
+    return std::ranges::equal(seen, wanted, [](const auto& left, const auto& right) {
+        return left.command == right.command && left.payload == right.payload;
+    });
+}
+
+/// What is wrong with a run that met `expected` at the request `index`.
+inline QStringList findings(const Operation& operation, const Observation& seen,
+                            const Observation& clean, std::size_t index,
+                            const Expectation& expected) {
+    QStringList found;
+    const auto expect = [&](bool isRight, const QString& finding) {
+        found << (isRight ? QStringList() : QStringList(finding));
+    };
+    expect(seen.outcome() == expected.text, u"ends in "_s + seen.outcome());
+    // Everything but the last text has been progress as in an undisturbed run.
+    const qsizetype steps = std::max<qsizetype>(seen.texts.size() - 1, 0);
+    expect(seen.texts.first(steps) == clean.texts.first(std::min(steps, clean.texts.size() - 1)) &&
+               (!expected.succeeds || seen.texts.size() == clean.texts.size()),
+           u"shows "_s + seen.texts.join(u" / "_s));
+    expect(expected.isResized || isRightTraffic(seen.requests, clean.requests, index, expected),
+           u"sends %1 requests"_s.arg(seen.requests.size()));
+    expect(!expected.succeeds || seen.storage == clean.storage, u"stores something else"_s);
+    const bool isSavable = expected.succeeds && operation.leavesUpload();
+    expect(seen.state == idleState(expected.staysConnected, isSavable), u"leaves "_s + seen.state);
+    expect(!expected.text.contains(QString::fromUtf8(timedOut)) ||
+               seen.milliseconds >= sweepTimings.answer.count(),
+           u"gives up after %1 ms"_s.arg(seen.milliseconds));
+    // One request may have waited in vain; what is beyond that is the machine's share.
+    expect(seen.milliseconds < clean.milliseconds + sweepTimings.answer.count() + 2000,
+           u"takes %1 ms"_s.arg(seen.milliseconds));
+    return found;
+}
+
+/// The undisturbed run of each operation.
+using CleanRuns = std::map<const Operation*, Observation>;
+
+/// Runs every operation of `side` undisturbed and gives what was wrong.
+inline QString runUndisturbed(Fleet& fleet, Side side, CleanRuns& clean) {
+    std::vector<Trial> trials;
+    for (const Operation& operation : operations) {
+        const auto judge = [&](const Observation& seen) {
+            clean[&operation] = seen;
+            return findings(operation, seen, seen, 0,
+                            {.text = QString::fromUtf8(operation.success), .isResized = true});
+        };
+        if (operation.side == side) {
+            trials.push_back(
+                {&operation, QString::fromUtf8(operation.button), [](BoardServer&) {}, judge});
+        }
+    }
+    return fleet.run(std::move(trials));
+}
+
+/// One test row for each window that operations start from.
+inline void addSides() {
+    QTest::addColumn<Side>("side");
+    QTest::newRow("chips") << Side::Chips;
+    QTest::newRow("images") << Side::Images;
+    QTest::newRow("fonts") << Side::Fonts;
+    QTest::newRow("settings") << Side::Settings;
 }
 
 } // namespace pivex::testing

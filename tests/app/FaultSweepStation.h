@@ -107,7 +107,8 @@ struct Observation {
     QString state{};     ///< of the main window's controls
     qint64 milliseconds = 0;
     std::vector<BoardRequest> requests{};
-    BoardStorage storage{}; ///< of the board, afterwards
+    std::uint8_t firstSequence = 0; ///< of the first request, whether it reached the board or not
+    BoardStorage storage{};         ///< of the board, afterwards
 
     QString outcome() const { return texts.value(texts.size() - 1); }
 };
@@ -217,6 +218,8 @@ private:
     void act() {
         const Operation& operation = *trial->operation;
         auto& starter = child<QObject>(from(), operation.button);
+        const bool isNewLine = operation.task == Task::Connect;
+        sequence = isNewLine ? 0 : std::uint8_t(board->requests().back().sequence + 1);
         board->clearRequests();
         trial->arm(*board);
         texts.clear();
@@ -231,7 +234,8 @@ private:
     }
 
     void judge() {
-        Observation seen{texts, state(), lasted, board->requests(), {}};
+        Observation seen{texts, state(), lasted, board->requests(), sequence, {}};
+        board->setLineFault({});
         board->withModel([&](BoardModel& model) {
             seen.storage = std::exchange(model.storage, sweptBoard().storage);
             model.clearFaults();
@@ -288,6 +292,7 @@ private:
     QWidget* tool = nullptr;
     Trial* trial = nullptr;
     bool isSavable = false;
+    std::uint8_t sequence = 0;
     QStringList texts;
     QElapsedTimer clock;
     std::size_t step = std::size(steps);
@@ -296,10 +301,10 @@ private:
     std::unique_ptr<BoardServer> board = std::make_unique<BoardServer>(sweptBoard());
 };
 
-/// Windows that run trials at the same time, since most of a trial is waiting.
+/// At most `size` windows that run trials at the same time, since most of a trial is waiting.
 class Fleet {
 public:
-    explicit Fleet(Side from) : side(from) {
+    explicit Fleet(Side from, std::size_t size = 32) : side(from), most(size) {
         for (const QString& name : {u"a.chip"_s, u"b.chip"_s, u"c.chip"_s}) {
             files << folder.filePath(name);
             std::ofstream(files.last().toStdString()) << encodeChip(sweptChip());
@@ -309,9 +314,9 @@ public:
     /// Runs `trials` and gives what was wrong. On a busy machine a board may answer too late; so a
     /// few trials that go wrong get a second chance without company.
     QString run(std::vector<Trial> trials) {
-        constexpr std::size_t most = 32;
+        const std::size_t few = std::max<std::size_t>(32, trials.size() / 200);
         QString complaints = run(trials, most);
-        if (!trials.empty() && trials.size() <= most) {
+        if (!trials.empty() && trials.size() <= few) {
             qWarning("%s", qPrintable(complaints));
             stations.clear();
             complaints = run(trials, 1);
@@ -321,8 +326,8 @@ public:
 
 private:
     /// Keeps of `trials` those that went wrong.
-    QString run(std::vector<Trial>& trials, std::size_t most) {
-        while (stations.size() < std::min(trials.size(), most)) {
+    QString run(std::vector<Trial>& trials, std::size_t together) {
+        while (stations.size() < std::min(trials.size(), together)) {
             stations.push_back(std::make_unique<Station>(side, files, dialogs));
         }
         const auto isFree = [](const auto& station) { return station->isFree(); };
@@ -346,6 +351,7 @@ private:
     }
 
     Side side;
+    std::size_t most;
     QTemporaryDir folder;
     QStringList files;
     Dialogs dialogs;
