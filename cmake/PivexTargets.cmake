@@ -25,7 +25,9 @@ if(PIVEX_SANITIZE)
 endif()
 
 add_library(pivex_flags INTERFACE)
-target_compile_options(pivex_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+target_compile_options(pivex_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+    # Part of -Wconversion to one compiler and not to the other.
+    $<$<CXX_COMPILER_ID:Clang>:-Wno-sign-conversion>)
 # `emit` and `slots` are names of ours, and text literals say what encoding they have.
 target_compile_definitions(pivex_flags INTERFACE
     QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_FOREACH QT_NO_NARROWING_CONVERSIONS_IN_CONNECT)
