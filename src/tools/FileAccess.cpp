@@ -1,9 +1,14 @@
 #include "tools/FileAccess.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 
+#include <cerrno>
 #include <stdexcept>
+#include <system_error>
+
+#include <unistd.h>
 
 namespace pivex {
 
@@ -19,15 +24,40 @@ void refuseAbove(const std::optional<FileLimit>& limit, qint64 size) {
     }
 }
 
+/// Opening a pipe would wait for somebody at its other end, a device may have no end, and what
+/// replaces either would not be one any more. A folder fails by itself, in the system's words.
+void refuseSpecialFile(const QString& path) {
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile() && !info.isDir()) {
+        throw std::runtime_error("This is a pipe or a device, not a file.");
+    }
+}
+
+void writeToDisk(QSaveFile& file, const std::string& bytes) {
+    // On a full disk the write only fills a buffer, and what counts is that it left the buffer
+    // without an error.
+    const auto size = static_cast<qint64>(bytes.size());
+    if (file.write(bytes.data(), size) != size || !file.flush() ||
+        file.error() != QFileDevice::NoError) {
+        fail(file);
+    }
+    // Some file systems find out only now that they have no room or that the disk is broken, and
+    // commit() does not ask. Those that cannot tell say that the request makes no sense.
+    if (fdatasync(file.handle()) != 0 && errno != EINVAL && errno != ENOSYS) {
+        throw std::runtime_error(std::generic_category().message(errno));
+    }
+}
+
 } // namespace
 
 std::string readFileBytes(const QString& path, const std::optional<FileLimit>& limit) {
+    refuseSpecialFile(path);
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         fail(file);
     }
     refuseAbove(limit, file.size());
-    // A device has no size but may have no end either.
+    // The system's own files tell no size before they are read.
     const QByteArray bytes =
         limit ? file.read(static_cast<qint64>(limit->bytes) + 1) : file.readAll();
     if (file.error() != QFileDevice::NoError) {
@@ -38,20 +68,13 @@ std::string readFileBytes(const QString& path, const std::optional<FileLimit>& l
 }
 
 void writeFileAtomically(const QString& path, const std::string& bytes) {
+    refuseSpecialFile(path);
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
         fail(file);
     }
-    const auto size = static_cast<qint64>(bytes.size());
-    // On a full disk the write only fills a buffer and commit() alone reports success: what counts
-    // is that the buffer reached the disk without an error.
-    const bool written = file.write(bytes.data(), size) == size && file.flush() &&
-                         file.error() == QFileDevice::NoError;
-    if (!written) {
-        const std::string reason = file.errorString().toStdString();
-        file.cancelWriting();
-        throw std::runtime_error(reason);
-    }
+    // A file that is left without a commit is thrown away.
+    writeToDisk(file, bytes);
     if (!file.commit()) {
         fail(file);
     }

@@ -15,13 +15,13 @@ struct FileLimit {
 };
 
 /// The whole content of the file at `path`. Throws std::runtime_error with the system's error text
-/// when it cannot be opened or read, and with the limit's message, before reading, when the file
-/// is larger than `limit`.
+/// when it cannot be opened or read, with a sentence of its own for a pipe or a device, and with
+/// the limit's message, before reading, when the file is larger than `limit`.
 std::string readFileBytes(const QString& path, const std::optional<FileLimit>& limit = {});
 
 /// Puts `bytes` into the file at `path` through a temporary file and a rename, so that the file is
-/// afterwards either the old one or the new one. Throws std::runtime_error with the system's error
-/// text; the old file is then untouched.
+/// afterwards either the old one or the new one, and on the disk. Throws std::runtime_error with
+/// the system's error text, or its own for a pipe or a device; the old file is then untouched.
 void writeFileAtomically(const QString& path, const std::string& bytes);
 
 } // namespace pivex

@@ -94,7 +94,7 @@ void FontWindow::savePath(const QString& path) {
     writeFontFile(path, *open.font);
     filePath = path;
     dirty = false;
-    updateDocument(Change::Pixels);
+    updateDocument(Change::Glyph);
 }
 
 void FontWindow::fail(const std::runtime_error& error) {

@@ -182,7 +182,7 @@ void FontWindow::connectLists() {
             [this](const QModelIndex& current) { selectGlyph(current.row()); });
     editor->onEdited([this] {
         dirty = true;
-        updateDocument(Change::Pixels);
+        updateDocument(Change::Glyph);
     });
 }
 

@@ -45,8 +45,8 @@ protected:
 private:
     /// What a change of the document touches.
     enum class Change {
-        Font,   ///< another font: every widget begins anew
-        Pixels, ///< the selected glyph or the file state: only what differs is written
+        Font,  ///< another font: every widget begins anew
+        Glyph, ///< the selected glyph or the file state: only what differs is written
     };
 
     enum class BoardAction { Save, Delete };
