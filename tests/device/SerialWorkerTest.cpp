@@ -13,17 +13,20 @@ using namespace pivex::testing;
 
 namespace {
 
-constexpr std::array<const char*, 18> kindNames{
-    "Status",          "Connected",      "ChipListed",        "ChipListDone",     "Failed",
-    "ChipLoaded",      "UploadDone",     "UploadModeMissing", "StorageChanged",   "BatchDone",
-    "ChipListStarted", "FontSlotLoaded", "FontSlotsDone",     "ImageSlotsLoaded", "ImageLoaded",
-    "ImageDeleted",    "ImageSlotsDone", "SettingsLoaded",
-};
+using Compound = CompoundRequests;
+
+const QByteArrayList kindNames =
+    QByteArray("Status Connected ChipListed ChipListDone Failed ChipLoaded UploadDone "
+               "UploadModeMissing StorageChanged BatchDone ChipListStarted FontSlotLoaded "
+               "FontSlotsDone ImageSlotsLoaded ImageLoaded ImageDeleted ImageSlotsDone "
+               "SettingsLoaded")
+        .split(' ');
 
 UploadPlan plan(const std::string& name) {
     return {name, 16, {{Command::UploadMetadata, {1}}, {Command::UploadCodeLength, {2}}}};
 }
 
+const std::vector<UploadPlan> plans{plan("A"), plan("B")};
 const std::vector<ImagePacket> image{{Command::ImageDataChunk, {1}, false},
                                      {Command::ImageDataCommit, {}, true}};
 const std::vector<FontPacket> font{{Command::FontDataChunk, {1}, false},
@@ -31,37 +34,23 @@ const std::vector<FontPacket> font{{Command::FontDataChunk, {1}, false},
 
 using Request = std::function<void(SerialMailbox&, const QByteArray&)>;
 
-template<typename Slot, typename Value>
-Request put(Slot CompoundRequests::*slot, Value value) {
-    return [=](SerialMailbox& box, const QByteArray&) { box.put(slot, value); };
-}
-
-Request number(std::atomic<int> SerialMailbox::*slot) {
-    return [=](SerialMailbox& box, const QByteArray& value) { box.*slot = value.toInt(); };
-}
-
-Request flag(std::atomic<bool> SerialMailbox::*slot) {
-    return [=](SerialMailbox& box, const QByteArray&) { box.*slot = true; };
-}
-
 /// The requests by name; each takes what stands behind its colon.
 const std::map<QByteArray, Request> requests{
-    {"settings",
-     [](auto& box, auto& hex) { box.put(&CompoundRequests::settingsRequest, fromHex(hex)); }},
-    {"image", put(&CompoundRequests::imagePackets, image)},
-    {"delete-image", number(&SerialMailbox::deleteImage)},
-    {"load-image", number(&SerialMailbox::loadImage)},
-    {"list-images", flag(&SerialMailbox::refreshImages)},
-    {"font", put(&CompoundRequests::fontPackets, font)},
-    {"list-fonts", flag(&SerialMailbox::refreshFonts)},
-    {"delete", number(&SerialMailbox::deleteChip)},
-    {"save", put(&CompoundRequests::saveRequested, true)},
-    {"batch", put(&CompoundRequests::batch, std::vector{plan("A"), plan("B")})},
-    {"no-batch", put(&CompoundRequests::batch, std::vector<UploadPlan>())},
-    {"erase", flag(&SerialMailbox::eraseAll)},
-    {"upload", put(&CompoundRequests::upload, plan("T"))},
-    {"list", flag(&SerialMailbox::refreshChips)},
-    {"load", number(&SerialMailbox::loadChip)},
+    {"settings", [](auto& box, auto& hex) { box.put(&Compound::settingsRequest, fromHex(hex)); }},
+    {"image", [](auto& box, auto&) { box.put(&Compound::imagePackets, image); }},
+    {"delete-image", [](auto& box, auto& slot) { box.deleteImage = slot.toInt(); }},
+    {"load-image", [](auto& box, auto& slot) { box.loadImage = slot.toInt(); }},
+    {"list-images", [](auto& box, auto&) { box.refreshImages = true; }},
+    {"font", [](auto& box, auto&) { box.put(&Compound::fontPackets, font); }},
+    {"list-fonts", [](auto& box, auto&) { box.refreshFonts = true; }},
+    {"delete", [](auto& box, auto& index) { box.deleteChip = index.toInt(); }},
+    {"save", [](auto& box, auto&) { box.put(&Compound::saveRequested, true); }},
+    {"batch", [](auto& box, auto&) { box.put(&Compound::batch, plans); }},
+    {"no-batch", [](auto& box, auto&) { box.put(&Compound::batch, std::vector<UploadPlan>()); }},
+    {"erase", [](auto& box, auto&) { box.eraseAll = true; }},
+    {"upload", [](auto& box, auto&) { box.put(&Compound::upload, plan("T")); }},
+    {"list", [](auto& box, auto&) { box.refreshChips = true; }},
+    {"load", [](auto& box, auto& index) { box.loadChip = index.toInt(); }},
 };
 
 /// What the event holds beside its text.
@@ -72,15 +61,13 @@ std::string payloadOf(const SerialEvent& event) {
             text += ' ' + std::to_string(value);
         }
     };
-    text += event.font.name;
+    text += event.font.name + event.image.name;
+    add(event.image.pixels);
+    add(event.image.rle);
     if (event.kind == SerialEvent::Kind::ChipLoaded) {
         const auto& [name, pins, type, picture, code, strings] = event.chip;
         add(std::array{type, pins, picture});
         text += " " + name + " " + code + " " + strings[0] + " " + strings[7];
-    } else if (event.kind == SerialEvent::Kind::ImageLoaded) {
-        text += " " + event.image.name;
-        add(event.image.pixels);
-        add(event.image.rle);
     } else if (event.kind == SerialEvent::Kind::FontSlotLoaded) {
         add(event.font.properties);
     } else if (event.kind == SerialEvent::Kind::SettingsLoaded) {
@@ -108,8 +95,8 @@ QByteArray served(const QByteArray& passes, ScriptedBoard& board) {
     });
     QByteArrayList log;
     for (const SerialEvent& event : mailbox.drain()) {
-        const std::string kind = kindNames.at(static_cast<std::size_t>(event.kind));
-        log += QByteArray::fromStdString(kind + " " + event.text + payloadOf(event));
+        const QByteArray kind = kindNames.at(static_cast<qsizetype>(event.kind));
+        log += kind + ' ' + QByteArray::fromStdString(event.text + payloadOf(event));
     }
     return (failure.isEmpty() ? log : log << "! " + failure).join(" / ");
 }
@@ -125,16 +112,12 @@ const std::map<QByteArray, QByteArray> abbreviations{
     {"$long", QByteArray(64, 'b')},
     {"$239", QByteArray(239, '.')},
     {"$237", QByteArray(237, '.')},
-    {"$list", "ChipListStarted Reading stored PCB tests... /"},
-    {"$sent", "Status Checking PCB Upload Mode... / Status Sending T: 1/2 packets acknowledged. / "
-              "Status Sending T: 2/2 packets acknowledged. / UploadDone Send complete: T (16 code "
-              "bytes). All packets acknowledged. Not permanently saved; not run."},
-    {"$batch", "Status Batch 0/2 saved: Uploading A / Status Batch 0/2 saved: Permanently saving A "
-               "/ Status Batch 1/2 saved: Saved A / Status Batch 1/2 saved: Uploading B / Status "
-               "Batch 1/2 saved: Permanently saving B /"},
+    {"$list", "ChipListStarted Reading stored PCB tests... / ChipListDone"},
+    {"$again", "Inspect the PCB list before retrying;"},
+    {"$size", "! Image size must be 1-160 wide and 1-128 high."},
+    {"$bytes", "! Invalid PCB compressed image size."},
     {"$loaded", "FontSlotLoaded~ 0 0 0 / FontSlotLoaded #1 0 0 0 / FontSlotLoaded #2 0 0 0 / "
                 "FontSlotLoaded #3 0 0 0 / FontSlotLoaded #4 0 0 0 / FontSlotLoaded #5 0 0 0 /"},
-    {"$settings", "Status Reading/updating Pivex settings... /"},
 };
 
 QByteArray expanded(QByteArray text) {
@@ -146,85 +129,86 @@ QByteArray expanded(QByteArray text) {
     return text.simplified().replace('~', ' ');
 }
 
-/// One operation a row: requests | answers | requests sent (* for any) | events ("..." for any
-/// before). A "~" is a blank that counts.
+/// One case a row: requests | answers | requests sent (* for any) | events ("..." for any before).
+/// A "~" is a blank that counts. The first row asks for everything at once.
 const QByteArray operationRows = R"(
-list | B9 0200, BA 4100, BA | c8,c70000,c70100 | $list ChipListed A / ChipListed Unnamed chip 2#1 /
-    ChipListDone Loaded 2 stored tests from PCB.
-delete:3 | B2, $none | da0300,c8 | Status Deleting selected chip from Pivex... /
-    StorageChanged Selected chip deletion acknowledged.~ / $list
-    ChipListDone Selected chip deletion acknowledged. Loaded 0 stored tests from PCB.
-delete:65536 | | | ... ! Invalid selected chip index.
-erase | B2, $none | d3,c8 | Status Erasing all chips from Pivex... /
-    StorageChanged Delete All Chips acknowledged. Refreshing PCB list... / $list
-    ChipListDone Loaded 0 stored tests from PCB.
-delete:0+erase;list | B2*2, $none, $none | da0000,d3,c8*2 | ...
-    ChipListDone Selected chip deletion acknowledged. Loaded 0 stored tests from PCB. / $list
-    ChipListDone Loaded 0 stored tests from PCB.
-
-load:258 | $chip |
-    d60201,d70201,d7aaaa,d8020100,d8020101,d8020102,d8020103,d8020104,d8020105,d8020106,d8020107 |
+load:258+upload+erase+batch+delete:3+font+load-image:239+delete-image:15+image+settings:00 |
+    $record, $fonts, B0, B2, B0, $image 06000000, EA 0000 01, EA 0100 0102010304, BB 41, B3*237,
+    BB 42 00 43, B2, B0, E2 00 05FE06 00x4 41 00x31, E1 01, E1 02, E1 03, E1 04, E1 05, B2,
+    05, B2*3, 05, B2*4, B2, 05, B2*2, B9 0200, BA 4100, BA, $chip |
+    e400,de00..de05,a401,a5,eb0f00,e7ef00,e8ef000000..e8ef000100,d40100..d4ef00,c401,c5,de00..de05,
+    da0300,af,ca01,cd02,c6,af,ca01,cd02,c6,cf,d3,af,ca01,cd02,c8,c70000..c70100,d60201,d70201..
+    d7aaaa,d8020100..d8020107 |
+    Status Reading/updating Pivex settings... / $loaded
+    SettingsLoaded Pivex settings loaded. 1 2 3 4 5 6 7 8 9 10 11 12 13 14 /
+    Status Saving image: 1/2 packets acknowledged. /
+    Status Saving image: 2/2 packets acknowledged. /
+    Status Deleting image from slot 15... / ImageDeleted Image deleted from slot 15.#15 /
+    Status Loading image from slot 239... / ImageLoaded Image loaded from PCB. Save As to keep a
+    local copy.I 258 772 1 1 2 1 3 4 /
+    Status Refreshing image slots... / ImageSlotsLoaded A.$237B. /
+    ImageSlotsDone Image save acknowledged. Image slots refreshed. /
+    Status Writing font slot... / FontSlotLoaded A 5 254 6 / FontSlotLoaded #1 0 0 0 /
+    FontSlotLoaded #2 0 0 0 / FontSlotLoaded #3 0 0 0 / FontSlotLoaded #4 0 0 0 /
+    FontSlotLoaded #5 0 0 0 / FontSlotsDone Font operation acknowledged. Font slots refreshed. /
+    Status Deleting selected chip from Pivex... /
+    StorageChanged Selected chip deletion acknowledged.~ /
+    Status Batch 0/2 saved: Uploading A / Status Batch 0/2 saved: Permanently saving A /
+    Status Batch 1/2 saved: Saved A / Status Batch 1/2 saved: Uploading B /
+    Status Batch 1/2 saved: Permanently saving B / Status Batch 2/2 saved: Saved B /
+    BatchDone Batch complete: 2 chips permanently saved.~ /
+    Status Erasing all chips from Pivex... /
+    StorageChanged Delete All Chips acknowledged. Refreshing PCB list... /
+    Status Checking PCB Upload Mode... / Status Sending T: 1/2 packets acknowledged. /
+    Status Sending T: 2/2 packets acknowledged. / UploadDone Send complete: T (16 code bytes). All
+    packets acknowledged. Not permanently saved; not run. /
+    ChipListStarted Reading stored PCB tests... / ChipListed A / ChipListed Unnamed chip 2#1 /
+    ChipListDone Batch complete: 2 chips permanently saved. Loaded 2 stored tests from PCB. /
     Status Reading selected test from PCB... / ChipLoaded Chip loaded from PCB. Save As to keep a
     local copy. Not run. 258 16 3 AB ENDTEST a $long
+
+delete:0+erase;list | B2*2, $none, $none | da0000,d3,c8*2 | ... $list
+    Selected chip deletion acknowledged. Loaded 0 stored tests from PCB. / $list
+    Loaded 0 stored tests from PCB.
+delete:65536 | | | ... ! Invalid selected chip index.
 load:65536 | | | ... ! Invalid PCB chip index.
-load:0 | BC, BC 5AA5 41 00x90, BC 00x50, BD 0000, BE*8 | * | ... Not run. 0 0 0 A~~~
+load:0 | BC, BC 5AA5 41x32 00x59, BC 00x50, BD 0000, BE*8 | * |
+    ... Not run. 0 0 0 AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA~~~
 load:0 | BC 5AA4 00x126 | d60000 | ... ! Invalid chip metadata.
-load:0 | $meta 1000 00x88, BD 3000, BD F0 00x15, BD FFx99, BE*8 | * | ... Not run. 258 16 3 AB
-    ENDTEST~~
+load:0 | $meta 1000 00x88, BD 3000, BD F0 00x15, BD FFx99, BE*8 | * | ... 3 AB ENDTEST~~
 load:0 | $meta 3000 00x88, BD 2000 | d60000,d70000 | ... ! Invalid logical code length in metadata.
 load:0 | $meta 2800 00x88, BD 4000 | d60000,d70000 | ... ! Invalid logical code length in metadata.
 
-upload | 05, B1*3, B2, B1*3, B2 | af,ca01*4,cd02*4 | $sent
 save | | | ! No acknowledged upload to save. Send the chip first.
-upload;save | 05, B2*2, 05, B2, $none | af,ca01,cd02,af,c6,c8 | $sent /
+upload;save | 05, B1*3, B2, B1*3, B2, 05, B2, $none | af,ca01*4,cd02*4,af,c6,c8 | ...
     Status Permanently saving T... / StorageChanged Permanently saved T.~ / $list
-    ChipListDone Permanently saved T. Loaded 0 stored tests from PCB.
-upload;save;save | 05, B2*2, B1 | af,ca01,cd02,af | $sent / UploadModeMissing PCB is not in Upload
+    Permanently saved T. Loaded 0 stored tests from PCB.
+upload;save;save | 05, B2*2, B1 | af,ca01,cd02,af | ... UploadModeMissing PCB is not in Upload
     Mode. Send the chip again before saving. / ! No acknowledged upload to save. Send the chip
     first.
-
-batch | 05, B2*3, 05, B2*4, $none | af,ca01,cd02,c6,af,ca01,cd02,c6,cf,c8 | $batch
-    Status Batch 2/2 saved: Saved B / BatchDone Batch complete: 2 chips permanently saved.~ / $list
-    ChipListDone Batch complete: 2 chips permanently saved. Loaded 0 stored tests from PCB.
 no-batch | | | ! No chip files in batch.
 upload;save+batch | 05, B2*2, 05, B2, 05 | af,ca01,cd02,af,c6,af,ca01 | ... ! Batch stopped: 0/2
-    saves acknowledged. no answer Earlier saves are not rolled back. Inspect the PCB list before
-    retrying; the last write may have succeeded even without an acknowledgment.
+    saves acknowledged. no answer Earlier saves are not rolled back. $again the last write may have
+    succeeded even without an acknowledgment.
 
-image;list-images | B1*2, B0, B2, B3*239, BB 41, B3*237, BB 42 00 43 | * |
-    Status Saving image: 1/2 packets acknowledged. / Status Saving image: 2/2 packets acknowledged.
-    /
-    Status Refreshing image slots... / ImageSlotsLoaded $239 /
-    ImageSlotsDone Image save acknowledged. Image slots refreshed. /
-    Status Refreshing image slots... / ImageSlotsLoaded A.$237B. /
+image;list-images | B0*2, B3*478 | * | ... ImageSlotsLoaded $239 /
     ImageSlotsDone Image slots refreshed.
-delete-image:15 | B1*2, B0 | eb0f00*3 | Status Deleting image from slot 15... /
-    ImageDeleted Image deleted from slot 15.#15
-delete-image:14 | | | ... ! Image deletion stopped: Only image slots 15-239 may be deleted.
-    Refresh the image list before retrying.
-delete-image:240 | | | ... ! Image deletion stopped: Only image slots 15-239 may be deleted.
-    Refresh the image list before retrying.
-load-image:239 | $image 06000000, EA 0000 01, EA 0100 0102010304 | e7ef00,e8ef000000,e8ef000100 |
-    Status Loading image from slot 239... /
-    ImageLoaded Image loaded from PCB. Save As to keep a local copy. I 258 772 1 1 2 1 3 4
+font;list-fonts | B2*2, $fonts, $fonts | * | ... $loaded FontSlotsDone Font slots refreshed.
+delete-image:14 | | | ... Only image slots 15-239 may be deleted. Refresh the image list before
+    retrying.
+delete-image:240 | | | ... Only image slots 15-239 may be deleted. Refresh the image list before
+    retrying.
 load-image:0 | | | ... ! Image slot must be 1-239. Slot zero is reserved.
-load-image:3 | E9 00x32 0001 06000000 | e70300 | ... ! Image size must be 1-160 wide and 1-128 high.
-load-image:3 | E9 00x32 A101 06000000 | e70300 | ... ! Image size must be 1-160 wide and 1-128 high.
-load-image:3 | E9 00x32 0181 06000000 | e70300 | ... ! Image size must be 1-160 wide and 1-128 high.
-load-image:3 | $image 00000000 | e70300 | ... ! Invalid PCB compressed image size.
-load-image:3 | $image 64000000 | e70300 | ... ! Invalid PCB compressed image size.
-load-image:3 | $image 02100000 | e70300 | ... ! Invalid PCB compressed image size.
-load-image:3 | $image 06000100 | e70300 | ... ! Invalid PCB compressed image size.
+load-image:240 | | | ... ! Image slot must be 1-239. Slot zero is reserved.
+load-image:3 | E9 00x32 0001 06000000 | e70300 | ... $size
+load-image:3 | E9 00x32 0100 06000000 | e70300 | ... $size
+load-image:3 | E9 00x32 A101 06000000 | e70300 | ... $size
+load-image:3 | E9 00x32 0181 06000000 | e70300 | ... $size
+load-image:3 | $image 00000000 | e70300 | ... $bytes
+load-image:3 | $image 64000000 | e70300 | ... $bytes
+load-image:3 | $image 02100000 | e70300 | ... $bytes
+load-image:3 | $image 06000100 | e70300 | ... $bytes
 load-image:3 | $image FF0F0000 | e70300,e803000000 | ... ! no answer
-
-font;list-fonts | B1*2, B2, B0, $fonts, $fonts | * |
-    Status Writing font slot... / $loaded
-    FontSlotsDone Font operation acknowledged. Font slots refreshed. / $loaded
-    FontSlotsDone Font slots refreshed.
-list-fonts | E2 00 05FE06 00x4 41 00x31 | de00,de01 | FontSlotLoaded A 5 254 6 / ! no answer
-
-settings:00 | B1*2, $record, $fonts | e400*3,de00,de01,de02,de03,de04,de05 | $settings $loaded
-    SettingsLoaded Pivex settings loaded. 1 2 3 4 5 6 7 8 9 10 11 12 13 14
 )";
 
 } // namespace
@@ -304,21 +288,6 @@ private Q_SLOTS:
         check("batch", "05, B2*3, 05, B2*4, $none", false);
         check("load:0", "$chip", false);
         check("upload", "06", false);
-    }
-
-    void onePassServesEverythingInOrder() {
-        ScriptedBoard board(
-            expanded("$record, $fonts, B0*3, $image 03000000, EA 0000 02 0000, B3*239, B0*2, "
-                     "$fonts, B2, 05, B2*3, 05, B2*4, B2, 05, B2*2, $none, $chip"));
-        const QByteArray log = served("load:0+upload+erase+batch+delete:0+font+load-image:1+"
-                                      "delete-image:15+image+settings:00",
-                                      board);
-        QVERIFY2(log.contains("Not run."), log.constData());
-        QByteArray commands;
-        for (const QByteArray& sent : board.sent().split(',')) {
-            commands += commands.endsWith(sent.first(2)) ? "" : sent.first(2);
-        }
-        QCOMPARE(commands, "e4dea4a5ebe7e8d4c4c5dedaafcacdc6afcacdc6cfd3afcacdc8d6d7d8");
     }
 };
 

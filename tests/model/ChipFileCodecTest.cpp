@@ -2,8 +2,7 @@
 
 #include "model/Utf8.h"
 #include "support/TextCases.h"
-
-#include <stdexcept>
+#include "support/Thrown.h"
 
 using namespace pivex;
 
@@ -13,23 +12,18 @@ QByteArray written(const ChipDocument& document) {
     return QByteArray::fromStdString(encodeChip(document));
 }
 
-/// "name|pins|type|imageIndex|code|strings that are not empty, as 3=text", or "!" and the error.
+/// "name|pins|type|imageIndex|code|strings that are not empty, as 3=text", or the error.
 QByteArray contentOf(const QByteArray& file) {
-    try {
-        const ChipDocument document = decodeChip(file.toStdString());
-        std::string content = document.name;
-        for (const std::int32_t number : {document.pins, document.type, document.imageIndex}) {
-            content += '|' + std::to_string(number);
-        }
-        content += '|' + document.code;
-        for (std::size_t index = 0; index < document.strings.size(); ++index) {
-            const std::string& text = document.strings[index];
+    return textOrError([&] {
+        const auto [name, pins, type, picture, code, strings] = decodeChip(file.toStdString());
+        std::string content = name + '|' + std::to_string(pins) + '|' + std::to_string(type) + '|' +
+                              std::to_string(picture) + '|' + code;
+        for (std::size_t index = 0; index < strings.size(); ++index) {
+            const std::string& text = strings[index];
             content += text.empty() ? "" : '|' + std::to_string(index) + '=' + text;
         }
-        return QByteArray::fromStdString(content);
-    } catch (const std::runtime_error& error) {
-        return QByteArray("!") + error.what();
-    }
+        return content;
+    });
 }
 
 } // namespace
@@ -40,14 +34,12 @@ class ChipFileCodecTest : public QObject {
 private Q_SLOTS:
 
     void writes() {
-        const ChipDocument document{
-            .name = "A\nB",
-            .pins = -1,
-            .type = 2147483647,
-            .imageIndex = 99,
-            .code = "\r\n\n\tA \r\n\rB\r\n \n\n",
-            .strings = {"a\r\nb\rc\n\rd", "", "", "", "", "", "", " z "},
-        };
+        const ChipDocument document{"A\nB",
+                                    -1,
+                                    2147483647,
+                                    99,
+                                    "\r\n\n\tA \r\n\rB\r\n \n\n",
+                                    {"a\r\nb\rc\n\rd", "", "", "", "", "", "", " z "}};
         QCOMPARE(written(document),
                  "[chipfile]\ntype = single\n\n[chips]\n\n---\n\n[meta]\n\nname = A\nB\n"
                  "pins = -1\ntype = 2147483647\nimageIndex = 99\n\n[code]\n\n\tA \n\nB\n \n\n"
@@ -70,23 +62,22 @@ private Q_SLOTS:
              "N|-2147483648|2147483647|7|"},
             {head + "[code]\n\n  GOSTRT  \na=[b]\n [data] \nX\n[Code]\n\nY\n \n\n",
              "N|14|0|0|  GOSTRT  \na=[b]\n\nY\n "},
-            {head + "[strings]\n3= hello \n 0 =x=y\n8=x\n-1=x\nx=y\n+7=p\n-0=q\n++1=z\n1",
-             "N|14|0|0||0=q|3= hello |7=p"},
+            {head + "[strings]\n3= hello \n 2 =x=y\n8=x\n-1=x\nx=y\n+7=p\n-0=q\n++1=z\n1",
+             "N|14|0|0||0=q|2=x=y|3= hello |7=p"},
             {head + "[strings]\n1=a\n01=\n[other]\n2=a\n[chipfile]\nType = SINGLE", "N|14|0|0|"},
-            {"[chips]\nname=N", "!The file does not contain a [meta] section."},
+            {"[chips]\nname=N", "The file does not contain a [meta] section."},
             {"name=N\n[chips]\n[meta]\nname= \t",
-             "!The chip name is missing from the [meta] section."},
-            {"[meta]\nPINS = 0x10 ", "!Invalid pins in the chip file: 0x10"},
-            {head + "imageIndex=\n", "!Invalid imageindex in the chip file: "},
-            {"[chipfile]\ntype = Batch", "!Unsupported chip file type: batch"},
-            {head + "[chipfile]\ntype =", "!Unsupported chip file type: "},
+             "The chip name is missing from the [meta] section."},
+            {"[meta]\nPINS = 0x10 ", "Invalid pins in the chip file: 0x10"},
+            {head + "imageIndex=\n", "Invalid imageindex in the chip file: "},
+            {"[chipfile]\ntype = @AZ[", "Unsupported chip file type: @az["},
+            {head + "[chipfile]\ntype =", "Unsupported chip file type: "},
         });
-        addTexts("!The chip file could not be read as UTF-8 text.",
-                 {"\xFF", head + "pins=x\n\xC3"});
-        addTexts("!The chip file is empty.", {"", mark});
-        addTexts("!The file does not contain a [chips] section.", {" \n", mark + mark + head});
+        addTexts("The chip file could not be read as UTF-8 text.", {"\xFF", head + "pins=x\n\xC3"});
+        addTexts("The chip file is empty.", {"", mark});
+        addTexts("The file does not contain a [chips] section.", {" \n", mark + mark + head});
         for (const QByteArray number : {"1 0", "+-1", "-", "2147483648", "-2147483649"}) {
-            addTexts("!Invalid type in the chip file: " + number, {head + "type=" + number});
+            addTexts("Invalid type in the chip file: " + number, {head + "type=" + number});
         }
     }
 

@@ -3,8 +3,11 @@
 #include "simulator/BoardFile.h"
 #include "simulator/SampleStorage.h"
 #include "support/Hex.h"
-#include "support/TextCases.h"
 #include "support/Thrown.h"
+
+#include <QtTest/QtTest>
+
+#include <map>
 
 using namespace pivex;
 using namespace pivex::testing;
@@ -19,31 +22,27 @@ QByteArray bytes(const char* byte, int count) {
 /// The name "x" in its field.
 const QByteArray nameField = "78" + bytes("00", 31);
 
-QByteArrayList inPieces(const QByteArray& command, const QByteArray& hex, qsizetype size) {
+/// What stores a chip test, an 8 by 2 image in slot 20 or a font of three glyphs in slot 4:
+/// command, the most bytes that one packet takes, payload.
+const std::map<QByteArray, QByteArray> plans{
+    {"chip", "ca 41 5aa5 78 00x31 04010e01500002,ac 0,ad 63 61 00x319 62 00x191,d9 0,cd 2 5000,"
+             "cb 63 07x80,c6 0"},
+    {"image", "a0 2 8000,ec 2 1400,a1 48 0000 78 00x31 080230 00x91,a2 0,a3 2 3000,a4 30 01x48,"
+              "a5 0"},
+    {"font", "c0 3 800004,c1 48 0000 78 00x31 02070203000006 00x87,c2 0,c3 2 0600,c4 6 7fx6,c5 0"},
+};
+
+QByteArrayList packetsOf(const QByteArray& kind) {
     QByteArrayList packets;
-    for (qsizetype at = 0; at < hex.size(); at += 2 * size) {
-        packets.append(command + hex.mid(at, 2 * size));
+    for (const QByteArray& row : plans.at(kind).split(',')) {
+        const QByteArrayList words = row.split(' ');
+        QByteArray payload = hexOf(words.mid(2).join(' '));
+        do {
+            packets.append(words[0] + payload.left(2 * words[1].toInt()));
+            payload.remove(0, 2 * words[1].toInt());
+        } while (!payload.isEmpty());
     }
     return packets;
-}
-
-/// What stores a chip test, an 8 by 2 image in slot 20 or a font of three glyphs in slot 4.
-QByteArrayList packetsOf(const QByteArray& kind) {
-    if (kind == "chip") {
-        const QByteArray strings = "61" + bytes("00", 319) + "62" + bytes("00", 191);
-        return QByteArrayList{"ca5aa5" + nameField + "04010e01500002", "ac"} +
-               inPieces("ad", strings, 63) + QByteArrayList{"d9", "cd5000"} +
-               inPieces("cb", bytes("07", 80), 63) + QByteArrayList{"c6"};
-    }
-    if (kind == "image") {
-        const QByteArray metadata = "0000" + nameField + "080230" + bytes("00", 91);
-        return QByteArrayList{"a08000", "ec1400"} + inPieces("a1", metadata, 48) +
-               QByteArrayList{"a2", "a33000"} + inPieces("a4", bytes("01", 48), 30) +
-               QByteArrayList{"a5"};
-    }
-    const QByteArray metadata = "0000" + nameField + "02070203000006" + bytes("00", 87);
-    return QByteArrayList{"c0800004"} + inPieces("c1", metadata, 48) +
-           QByteArrayList{"c2", "c30600", "c47f7f7f7f7f7f", "c5"};
 }
 
 /// The code and payload of every answer.
@@ -87,6 +86,13 @@ private Q_SLOTS:
         QCOMPARE(answers(board, {"e71400", "eb1400", "d41400", "eb0f00", "de04", "e604", "de04"}),
                  "e9" + nameField + "080230000000 b0 b3 b0 e20402070300000000" + nameField +
                      " b0 e104");
+        const QByteArrayList writes{"e4010201", "e4010302", "e4010501", "e4010601", "e4010705"};
+        QCOMPARE(answers(board, writes).last(28), "010300010200000101050e000001");
+        // Outside Upload Mode it takes no chip test, whatever it holds already.
+        answers(board, packetsOf("chip").mid(0, 15));
+        board.uploadMode = false;
+        QCOMPARE(answers(board, {"af", "c6", "cf"}), "06 b4 b4");
+        QVERIFY(!answers(board, packetsOf("chip")).contains("b2"));
     }
 
     void refusesWhatIsOutOfRange() {
@@ -106,14 +112,6 @@ private Q_SLOTS:
         board.keep = [](const BoardStorage&) { throw std::runtime_error("disk full"); };
         QCOMPARE(answers(board, {"da0000", "d3"}), "b4 b4");
         QVERIFY(board.storage == sampleStorage());
-    }
-
-    void changesSettings() {
-        BoardModel board;
-        QCOMPARE(
-            answers(board, {"e4010201", "e4010302", "e4010501", "e4010601", "e4010705"}).last(28),
-            "01030001020000010105"
-            "0e000001");
     }
 
     void refusesEveryDisorder() {
@@ -152,14 +150,6 @@ private Q_SLOTS:
             packets[words[1].toInt()].replace(2 + 2 * words[2].toInt(), words[3].size(), words[3]);
             QVERIFY2(refusedPacket(packets) == words[4].toInt(), fault);
         }
-    }
-
-    void takesNoChipOutsideUploadMode() {
-        BoardModel board;
-        answers(board, packetsOf("chip").mid(0, 15));
-        board.uploadMode = false;
-        QCOMPARE(answers(board, {"af", "c6", "cf"}), "06 b4 b4");
-        QVERIFY(!answers(board, packetsOf("chip")).contains("b2"));
     }
 
     void keepsItsStorageAsText() {

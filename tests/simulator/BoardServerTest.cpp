@@ -60,12 +60,6 @@ private:
     FileDescriptor line;
 };
 
-BoardModel namedBoard() {
-    BoardModel board;
-    board.identity = "board";
-    return board;
-}
-
 /// What a pivex-board with three sample tests and more answers to "arguments|requests"; or, if it
 /// does not serve, its exit code and first line.
 QByteArray session(const QByteArray& text) {
@@ -96,23 +90,10 @@ class BoardServerTest : public QObject {
 
 private Q_SLOTS:
 
-    void answersOverAnyNumberOfConnects() {
-        BoardServer board(namedBoard());
-        for (int round = 0; round < 100; ++round) {
-            QCOMPARE(Client(board.path()).heard(), "");
-        }
-        const Client client(board.path());
-        client.request("a6");
-        client.request("c70000", 7);
-        QCOMPARE(client.heard(), "b407");
-        const auto requests = board.requests();
-        QCOMPARE(requests.size(), std::size_t{103});
-        QVERIFY(requests[101] == (BoardRequest{Command::ChipName, {0, 0}, 7}));
-    }
-
     void answersLateAndInAFlood() {
-        BoardServer board(namedBoard());
+        BoardServer board;
         board.withModel([](BoardModel& model) {
+            model.identity = "board";
             model.addFault({.kind = FaultKind::Late, .delay = std::chrono::milliseconds(30)});
             model.addFault({.packet = 2, .kind = FaultKind::Flood});
         });
@@ -127,39 +108,10 @@ private Q_SLOTS:
         QVERIFY(client.heard().contains("b9050000"));
     }
 
-    void damagesOneByte() {
-        using Kind = LineFault::Kind;
-        using enum LineFault::Direction;
-        for (const auto& [fault, expected] : std::vector<std::pair<LineFault, QByteArray>>{
-                 {{Kind::Drop, Answer, 8}, "?"},
-                 {{Kind::Drop, Answer, 10}, "e005626f617264"},
-                 {{Kind::Flip, Answer, 1, 7}, "?"},
-                 {{Kind::Duplicate, Answer, 2}, "?"},
-                 {{Kind::Insert, Answer, 0, 0, 7}, "?"},
-                 {{Kind::Drop, Request, 4}, ""},
-                 {{Kind::Cut, Request, 3}, "no answer"}}) {
-            BoardServer board(namedBoard());
-            const Client client(board.path());
-            QCOMPARE(client.heard(), "");
-            board.setLineFault(fault);
-            client.request("dc");
-            QTRY_VERIFY(board.bytesPassed(fault.direction) >= 5);
-            board.setLineFault(std::nullopt);
-            // What is left of a request is forgotten after a pause.
-            QTest::qSleep(60);
-            QCOMPARE(client.heard(), expected);
-        }
-    }
-
     void runsAsAProgram_data() {
         addTextCases({
             {"--fault ChipCount:2:Busy:2|c8 af c8 c8 c8",
              "b9050300, 0505, b105, b105, b9050300, 0"},
-            {"--fault DeleteAllChips:1:Busy|d3 c8", "b105, b9050300, 0"},
-            {"--fault DeleteAllChips:1:Refuse|d3 c8", "b405, b9050300, 0"},
-            {"--fault DeleteAllChips:1:Silent|d3 c8", ", b9050000, 0"},
-            {"--fault DeleteAllChips:1:Stale|d3 c8", "b204 b205, b9050000, 0"},
-            {"--fault DeleteAllChips:1:Glued|d3", "? b205 ?, 0"},
             {"--fault ChipCount:1:Busy --fault ChipCount:1:Split|c8 c8", "b105, b9050300, 0"},
             {"|da0100 c70000", "b205, ba05" + QByteArray("7400 quad NAND, gate 1").toHex() + ", 0"},
             {"--no-upload-mode --chips 7|af c8", "0605, b9050a00, 0"},

@@ -18,11 +18,8 @@ public:
     explicit ScriptedBoard(const QByteArray& script) {
         for (const QByteArray& entry : script.simplified().split(',')) {
             const QByteArrayList parts = entry.split('*');
-            QByteArray answer;
-            for (const QByteArray& word : parts[0].split(' ')) {
-                answer += word.contains('x') ? word.first(2).repeated(word.mid(3).toInt()) : word;
-            }
-            answers.append(QByteArrayList(parts.size() > 1 ? parts[1].toInt() : 1, answer));
+            answers.append(
+                QByteArrayList(parts.size() > 1 ? parts[1].toInt() : 1, hexOf(parts[0])));
         }
         answers.removeAll(QByteArray());
     }
@@ -42,14 +39,23 @@ public:
         };
     }
 
-    /// The requests so far, separated by commas, repetitions in a row counted.
+    /// The requests so far, separated by commas: equal ones in a row counted, others of one command
+    /// and length as "first..last".
     QByteArray sent() const {
         QByteArrayList runs;
         for (qsizetype i = 0, next = 0; i < requests.size(); i = next) {
-            while (next < requests.size() && requests[next] == requests[i]) {
+            const auto isLike = [&](const QByteArray& request) {
+                return request.first(2) == requests[i].first(2) &&
+                       request.size() == requests[i].size();
+            };
+            const bool isSame = requests.value(i + 1) == requests[i];
+            while (next < requests.size() &&
+                   (isSame ? requests[next] == requests[i] : isLike(requests[next]))) {
                 ++next;
             }
-            runs.append(requests[i] + (next - i > 1 ? '*' + QByteArray::number(next - i) : ""));
+            const QByteArray rest =
+                isSame ? '*' + QByteArray::number(next - i) : ".." + requests[next - 1];
+            runs.append(requests[i] + (next - i > 1 ? rest : QByteArray()));
         }
         return runs.join(',');
     }

@@ -3,6 +3,7 @@
 #include <QByteArray>
 
 #include <stdexcept>
+#include <string>
 
 /// The text that `call` gives, or the sentence of the std::runtime_error that it throws.
 template<typename Call>
@@ -17,10 +18,8 @@ QByteArray textOrError(Call&& call) {
 /// The sentence of the std::runtime_error that `call` throws; empty when it throws none.
 template<typename Call>
 QByteArray thrownText(Call&& call) {
-    try {
+    return textOrError([&] {
         call();
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return {};
+        return std::string();
+    });
 }
