@@ -3,6 +3,7 @@
 #include "app/CodeEditor.h"
 #include "app/Highlighter.h"
 #include "app/InsertDialog.h"
+#include "tools/WidgetParts.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -17,6 +18,7 @@
 #include <QSplitter>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <limits>
 
 namespace pivex {
@@ -38,6 +40,8 @@ QListWidget* addList(QBoxLayout* parent, const QString& caption, const char* nam
     auto* label = new QLabel(caption, parent->parentWidget());
     auto* list = new QListWidget(parent->parentWidget());
     setName(list, name);
+    // The toolkit names an edit by its buddy, but not a list.
+    list->setAccessibleName(caption);
     list->setFixedHeight(listHeight);
     list->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     label->setBuddy(list);
@@ -65,8 +69,10 @@ QComboBox* addChoice(QFormLayout* form, const QString& caption, const char* name
 } // namespace
 
 ChipWindow::ChipWindow(ConnectionTimings timings) : connection(timings) {
-    setCentralWidget(centralPane());
+    QWidget* pane = centralPane();
+    setCentralWidget(pane);
     makeMenus();
+    fitToScreen(pane, menuBar()->sizeHint().height());
     resize(1180, 820);
     watchWidgets();
     populate(newDocument(), {});
@@ -135,7 +141,6 @@ void ChipWindow::addPortRow(QBoxLayout* pane) {
 
 QWidget* ChipWindow::filePane(QWidget* parent) {
     auto* pane = new QWidget(parent);
-    pane->setMinimumWidth(175);
     auto* layout = new QVBoxLayout(pane);
     files = addList(layout, u"Chip Files"_s, "chipFileList");
     button(layout, u"Add Files"_s, "addFilesButton", &ChipWindow::addFiles);
@@ -150,6 +155,8 @@ QWidget* ChipWindow::filePane(QWidget* parent) {
     uploads.save = button(layout, u"Save to Pivex"_s, "saveButton", &ChipWindow::saveToPivex);
     uploads.batch =
         button(layout, u"Batch Save to Pivex"_s, "batchSaveButton", &ChipWindow::batchSaveToPivex);
+    // Large letters need more.
+    pane->setMinimumWidth(std::max(175, layout->minimumSize().width()));
     return pane;
 }
 

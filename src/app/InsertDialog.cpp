@@ -57,9 +57,10 @@ QString apart(QString line, const QString& text, int start, int end) {
 
 /// `selector` itself or, on a screen too low for the whole dialog, a view that scrolls it.
 QWidget* fitted(PinSelector* selector, QWidget* parent) {
-    constexpr int heightOfTheRest = 180; // title bar, three fields, buttons and the space between
+    // Title bar, margins, three fields, buttons and the space between.
+    const int rest = 86 + 4 * QPushButton(u"OK"_s, parent).sizeHint().height();
     const QSize size = selector->sizeHint();
-    const int room = parent->screen()->availableGeometry().height() - heightOfTheRest;
+    const int room = parent->screen()->availableGeometry().height() - rest;
     if (size.height() <= room) {
         return selector;
     }
@@ -67,6 +68,7 @@ QWidget* fitted(PinSelector* selector, QWidget* parent) {
     view->setWidget(selector);
     view->setWidgetResizable(true);
     view->setFrameShape(QFrame::NoFrame);
+    view->setFocusPolicy(Qt::NoFocus);
     view->setMinimumSize(size.width() + view->verticalScrollBar()->sizeHint().width(), room);
     return view;
 }

@@ -1,5 +1,7 @@
 #include "tools/FontSlotList.h"
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace pivex {
@@ -19,9 +21,11 @@ FontSlotList::FontSlotList(QWidget* parent) : QListWidget(parent) {
     setStyleSheet(
         u"QListWidget::item { border:1px solid #536067; border-radius:5px; padding:4px; } "
         "QListWidget::item:selected { border:2px solid #328bff; background:#20384c; }"_s);
+    constexpr int itemBorders = 12; // border and padding of a selected item, top and bottom
+    const int twoLines = 2 * fontMetrics().lineSpacing() + itemBorders;
     for (int row = 0; row < fontSlotCount; ++row) {
         auto* item = new QListWidgetItem(this);
-        item->setSizeHint({140, 48});
+        item->setSizeHint({140, std::max(48, twoLines)});
     }
     setCurrentRow(0);
 }

@@ -79,6 +79,7 @@ private:
     void makeLogoGroup(QVBoxLayout* outer);
     void makeFontGroup(QVBoxLayout* outer);
     QLayout* makeBottomRow();
+    void orderTabs();
 
     bool connected() const { return hooks.connected && hooks.connected(); }
 
@@ -154,10 +155,13 @@ SettingsWindow::SettingsWindow(QWidget* parent, LinuxSettingsHooks callbacks,
     layout->addWidget(new QLabel(u"Changes apply immediately to Pivex."_s, this));
     layout->addStretch();
     layout->addLayout(makeBottomRow());
+    orderTabs();
 
     holdFocus(switches.front().box);
     synchronize(Prefer::Selection);
     render();
+    constexpr int roomForMessages = 60;
+    fitToScreen(this, roomForMessages);
 }
 
 QCheckBox* SettingsWindow::makeSwitch(const QString& text, const QString& objectName,
@@ -216,6 +220,17 @@ QLayout* SettingsWindow::makeBottomRow() {
     connect(refreshButton, &QPushButton::clicked, this, [this] { request({readRequest}); });
     connect(closeButton, &QPushButton::clicked, this, &QWidget::close);
     return row;
+}
+
+/// The members below the groups are made before them.
+void SettingsWindow::orderTabs() {
+    QWidget* last = switches.back().box;
+    for (QWidget* next :
+         {static_cast<QWidget*>(fontBox), static_cast<QWidget*>(setFontButton),
+          static_cast<QWidget*>(refreshButton), static_cast<QWidget*>(closeButton)}) {
+        setTabOrder(last, next);
+        last = next;
+    }
 }
 
 void SettingsWindow::received(const DeviceSettings& confirmedSettings) {
