@@ -2,6 +2,7 @@
 
 #include "tools/GlyphModel.h"
 
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
@@ -33,6 +34,7 @@ constexpr int emptyPreviewHeight = 120;
 constexpr int previewMargin = 8;
 constexpr QSize previewGap(12, 24); ///< between glyphs; the caption stands in the lower one
 constexpr int captionBaseline = 15;
+constexpr int largestCaption = 13; ///< pixel size of letters that fit into the gap
 
 std::size_t columnIndex(const FontDocument& font, int glyph, int column) {
     const int at = glyph * font.width + column;
@@ -135,6 +137,7 @@ void FontCanvas::onEdited(std::function<void()> callback) {
 
 void FontCanvas::showFont() {
     fitMinimumSize();
+    setFocusPolicy(role == Role::Editor && open.font ? Qt::TabFocus : Qt::NoFocus);
     update();
 }
 
@@ -145,7 +148,7 @@ void FontCanvas::showSelectedGlyph() {
     const PixelGrid grid = role == Role::Editor
                                ? editorGrid(*open.font, size())
                                : PreviewLayout(*open.font, width()).grid(open.selectedGlyph);
-    update(grid.area());
+    update(grid.area().marginsAdded(CellCursor::margins));
 }
 
 void FontCanvas::fitMinimumSize() {
@@ -191,11 +194,18 @@ void FontCanvas::paintGlyph(QPainter& painter, const QRect& exposed) const {
             painter.drawRect(square.adjusted(0, 0, -1, -1));
         }
     });
+    if (hasFocus()) {
+        const QPoint pixel = cursor.in(grid.pixels);
+        cursor.draw(painter, grid.square(pixel.x(), pixel.y()), rect(), false);
+    }
 }
 
 void FontCanvas::paintFont(QPainter& painter, const QRect& exposed) const {
     const PreviewLayout layout(*open.font, width());
     const int end = std::min(layout.glyphs, (layout.rowAt(exposed.bottom()) + 1) * layout.perRow);
+    QFont captionFont = font();
+    captionFont.setPixelSize(std::min(QFontInfo(captionFont).pixelSize(), largestCaption));
+    painter.setFont(captionFont);
     painter.setPen(captionColor);
     for (int glyph = layout.rowAt(exposed.top()) * layout.perRow; glyph < end; ++glyph) {
         const PixelGrid grid = layout.grid(glyph);
@@ -219,14 +229,52 @@ void FontCanvas::mousePressEvent(QMouseEvent* event) {
     const QPoint position = event->position().toPoint();
     if (grid.area().contains(position)) {
         const QPoint inside = position - grid.origin;
-        toggle(inside.x() / grid.cell, inside.y() / grid.cell);
+        cursor.follow({inside.x() / grid.cell, inside.y() / grid.cell});
+        toggle(cursor.in(grid.pixels));
     }
 }
 
-void FontCanvas::toggle(int column, int row) {
+void FontCanvas::keyPressEvent(QKeyEvent* event) {
+    if (role != Role::Editor || !open.font) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    const QSize pixels(open.font->width, open.font->height);
+    const int key = event->key();
+    if (key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter) {
+        cursor.reveal();
+        if (!event->isAutoRepeat()) {
+            toggle(cursor.in(pixels));
+        }
+    } else if (!cursor.take(*event, pixels)) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    describeCursor();
+    showSelectedGlyph();
+}
+
+void FontCanvas::focusInEvent(QFocusEvent* event) {
+    cursor.meet(*event);
+    describeCursor();
+    QWidget::focusInEvent(event);
+}
+
+/// Says where the cursor is, and on what, to assistive technology.
+void FontCanvas::describeCursor() {
+    if (!open.font) {
+        return;
+    }
+    const QPoint pixel = cursor.in({open.font->width, open.font->height});
+    setAccessibleDescription(u"Column %1, row %2, %3"_s.arg(
+        QString::number(pixel.x() + 1), QString::number(pixel.y() + 1),
+        isLit(*open.font, open.selectedGlyph, pixel.x(), pixel.y()) ? u"set"_s : u"clear"_s));
+}
+
+void FontCanvas::toggle(QPoint pixel) {
     FontDocument& font = *open.font;
-    std::uint8_t& value = font.columns[columnIndex(font, open.selectedGlyph, column)];
-    value = static_cast<std::uint8_t>(value ^ 1 << (font.height - 1 - row));
+    std::uint8_t& value = font.columns[columnIndex(font, open.selectedGlyph, pixel.x())];
+    value = static_cast<std::uint8_t>(value ^ 1 << (font.height - 1 - pixel.y()));
     if (edited) {
         edited();
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/CellCursor.h"
 #include "tools/FontDocument.h"
 
 #include <QWidget>
@@ -15,8 +16,8 @@ struct OpenFont {
     int selectedGlyph = 0;
 };
 
-/// Draws the open font: as the editor the selected glyph, whose pixels a left click toggles; as
-/// the preview the whole font.
+/// Draws the open font: as the editor the selected glyph, whose pixels a left click toggles, or
+/// Space or Return where a cursor stands that the arrow keys move; as the preview the whole font.
 class FontCanvas : public QWidget {
 public:
     enum class Role { Editor, Preview };
@@ -36,11 +37,14 @@ public:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
 private:
     void fitMinimumSize();
-    void toggle(int column, int row);
+    void toggle(QPoint pixel);
+    void describeCursor();
     void paintNotice(QPainter& painter) const;
     void paintGlyph(QPainter& painter, const QRect& exposed) const;
     void paintFont(QPainter& painter, const QRect& exposed) const;
@@ -48,6 +52,7 @@ private:
     OpenFont& open;
     const Role role;
     std::function<void()> edited;
+    CellCursor cursor;
 };
 
 } // namespace pivex

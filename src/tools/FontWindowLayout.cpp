@@ -66,6 +66,7 @@ FontWindow::FontWindow(QWidget* parent, LinuxFontHooks callbacks)
     layout->addWidget(makeCaption(u"Font File Text"_s, textPane, this));
     layout->addWidget(textPane);
 
+    fitToScreen(this);
     connectActions();
     addShortcuts();
     connectLists();
@@ -123,7 +124,9 @@ QWidget* FontWindow::makeEditorPane() {
 
     auto* layout = new QVBoxLayout(pane);
     layout->addLayout(row);
-    layout->addWidget(makeScrollArea(editor, pane), 1);
+    QScrollArea* area = makeScrollArea(editor, pane);
+    area->setFocusPolicy(Qt::NoFocus);
+    layout->addWidget(area, 1);
     layout->addWidget(new QLabel(u"Font Information"_s, pane));
     layout->addWidget(informationLabel);
     return pane;
@@ -137,7 +140,9 @@ QWidget* FontWindow::makeGlyphPane() {
     layout->addWidget(makeCaption(u"Glyphs"_s, glyphList, pane));
     layout->addWidget(glyphList);
     layout->addWidget(makeCaption(u"Current Font Preview"_s, preview, pane));
-    layout->addWidget(makeScrollArea(preview, pane));
+    QScrollArea* area = makeScrollArea(preview, pane);
+    layout->addWidget(area);
+    setTabOrder(glyphList, area);
     return pane;
 }
 

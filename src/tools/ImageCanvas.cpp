@@ -1,6 +1,7 @@
 #include "tools/ImageCanvas.h"
 
 #include <QImage>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
@@ -79,14 +80,14 @@ void ImageCanvas::finish() {
 void ImageCanvas::detach() {
     drawing = nullptr;
     changed = nullptr;
+    cursorMoved = nullptr;
 }
 
 QSize ImageCanvas::imageArea() const {
     if (!hasImage()) {
         return {maxImageWidth, maxImageHeight};
     }
-    const ImageDocument& image = (*drawing)->document;
-    return QSize(image.width, image.height) * zoom;
+    return pixels() * zoom;
 }
 
 bool ImageCanvas::hasImage() const {
@@ -97,6 +98,22 @@ bool ImageCanvas::isInImage(QPointF position) const {
     const QSize area = imageArea();
     return position.x() >= 0 && position.x() < area.width() && position.y() >= 0 &&
            position.y() < area.height();
+}
+
+QSize ImageCanvas::pixels() const {
+    const ImageDocument& image = (*drawing)->document;
+    return {image.width, image.height};
+}
+
+QRect ImageCanvas::cursorPlace() const {
+    return {cursor.in(pixels()) * zoom, QSize(zoom, zoom)};
+}
+
+QVariant ImageCanvas::inputMethodQuery(Qt::InputMethodQuery query) const {
+    if (query == Qt::ImCursorRectangle && hasImage()) {
+        return cursorPlace();
+    }
+    return QWidget::inputMethodQuery(query);
 }
 
 QPoint ImageCanvas::pixelAt(QPointF position) const {
@@ -118,21 +135,29 @@ void ImageCanvas::mousePressEvent(QMouseEvent* event) {
         event->ignore();
         return;
     }
+    cursor.follow(pixelAt(event->position()));
+    press(pixelAt(event->position()), event->button() == Qt::RightButton ? rightColor : leftColor);
+}
+
+void ImageCanvas::mouseMoveEvent(QMouseEvent* event) {
+    if (stroking && hasImage()) {
+        drag(pixelAt(event->position()));
+    }
+}
+
+void ImageCanvas::press(QPoint pixel, std::uint16_t color) {
     finish();
-    strokeColor = event->button() == Qt::RightButton ? rightColor : leftColor;
-    last = pixelAt(event->position());
+    strokeColor = color;
+    last = pixel;
     (*drawing)->apply(tool, last.x(), last.y(), strokeColor);
     update();
     tellChanged();
     stroking = true;
 }
 
-void ImageCanvas::mouseMoveEvent(QMouseEvent* event) {
-    if (!stroking || !hasImage() || tool == ImageTool::Fill) {
-        return;
-    }
-    const QPoint pixel = pixelAt(event->position());
-    if (pixel == last) {
+/// Goes on with the gesture at `pixel`; a fill is done with its press.
+void ImageCanvas::drag(QPoint pixel) {
+    if (tool == ImageTool::Fill || pixel == last) {
         return;
     }
     if (tool == ImageTool::Pencil) {
@@ -149,6 +174,86 @@ void ImageCanvas::mouseReleaseEvent(QMouseEvent* /*event*/) {
     if (stroking) {
         finish();
     }
+}
+
+void ImageCanvas::keyPressEvent(QKeyEvent* event) {
+    if (preview || !hasImage() || !takeKey(*event)) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    update();
+    describeCursor();
+    if (cursorMoved) {
+        cursorMoved();
+    }
+}
+
+bool ImageCanvas::takeKey(const QKeyEvent& event) {
+    if (cursor.take(event, pixels())) {
+        if (stroking) {
+            drag(cursor.in(pixels()));
+        }
+        return true;
+    }
+    switch (event.key()) {
+    case Qt::Key_Space:
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        strike(event, leftColor);
+        return true;
+    case Qt::Key_Delete:
+    case Qt::Key_Backspace:
+        strike(event, rightColor);
+        return true;
+    case Qt::Key_Escape:
+        abandon();
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// A key is struck, not held: the first stroke presses, the second one releases.
+void ImageCanvas::strike(const QKeyEvent& event, std::uint16_t color) {
+    if (event.isAutoRepeat()) {
+        return;
+    }
+    cursor.reveal();
+    if (stroking) {
+        finish();
+        return;
+    }
+    press(cursor.in(pixels()), color);
+    if (tool == ImageTool::Fill) {
+        finish();
+    }
+}
+
+void ImageCanvas::abandon() {
+    if (stroking) {
+        stroking = false;
+        (*drawing)->abandon();
+        tellChanged();
+    }
+}
+
+/// Says where the cursor is, and on what, to assistive technology.
+void ImageCanvas::describeCursor() {
+    const QPoint pixel = cursor.in(pixels());
+    const ImageDocument& image = (*drawing)->document;
+    const auto at = static_cast<std::size_t>(pixel.y()) * static_cast<std::size_t>(image.width) +
+                    static_cast<std::size_t>(pixel.x());
+    setAccessibleDescription(u"Column %1, row %2, %3%4"_s.arg(
+        QString::number(pixel.x() + 1), QString::number(pixel.y() + 1),
+        screenColor(image.pixels.at(at)).name(), stroking ? u", drawing"_s : QString()));
+}
+
+void ImageCanvas::focusInEvent(QFocusEvent* event) {
+    cursor.meet(*event);
+    if (hasImage()) {
+        describeCursor();
+    }
+    QWidget::focusInEvent(event);
 }
 
 void ImageCanvas::focusOutEvent(QFocusEvent* event) {
@@ -177,6 +282,9 @@ void ImageCanvas::paintEvent(QPaintEvent* event) {
     painter.drawImage(area, screenImage(image));
     if (zoom >= minGridZoom) {
         drawGrid(painter, area, zoom);
+    }
+    if (hasFocus()) {
+        cursor.draw(painter, cursorPlace(), rect(), stroking);
     }
 }
 

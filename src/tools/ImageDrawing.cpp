@@ -105,6 +105,13 @@ bool ImageDrawing::finish() {
     return isChanged;
 }
 
+void ImageDrawing::abandon() {
+    if (active) {
+        document.pixels = base;
+        finish();
+    }
+}
+
 void ImageDrawing::remember(ImageDocument snapshot) {
     history.push_back(std::move(snapshot));
     if (history.size() > maxSnapshots) {

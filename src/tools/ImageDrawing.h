@@ -25,6 +25,9 @@ public:
     /// undo snapshot. False without a gesture.
     bool finish();
 
+    /// Ends the gesture and takes back what it drew. Nothing happens without one.
+    void abandon();
+
     /// Adds `snapshot` to the history, which keeps the latest 20.
     void remember(ImageDocument snapshot);
 

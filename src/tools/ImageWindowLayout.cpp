@@ -71,6 +71,9 @@ ImageWindow::ImageWindow(QWidget* parent, LinuxImageHooks callbacks)
     statusLabel->setWordWrap(true);
     layout->addWidget(statusLabel);
     layout->addLayout(makeButtonRow());
+    setTabOrder(zoomInButton, canvas);
+    setTabOrder(refreshButton, codeView);
+    fitToScreen(this);
     addShortcuts();
     refresh(true);
     state({}, u"No image slots read yet."_s, false);
@@ -79,9 +82,7 @@ ImageWindow::ImageWindow(QWidget* parent, LinuxImageHooks callbacks)
 QWidget* ImageWindow::makeArtworkPanes() {
     // The tool pane's buttons act on the editor's canvas, which must therefore exist first.
     QWidget* editor = makeEditorPane();
-    QWidget* toolPane = makeToolPane();
-    setTabOrder(zoomInButton, canvas);
-    return makeSplitter(toolPane, editor, this);
+    return makeSplitter(makeToolPane(), editor, this);
 }
 
 QWidget* ImageWindow::makeToolPane() {
@@ -160,6 +161,7 @@ QWidget* ImageWindow::makeEditorPane() {
     scroll->setWidgetResizable(true);
     scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setWidget(canvas);
+    canvas->cursorMoved = [this, scroll] { scroll->ensureWidgetVisible(canvas); };
     layout->addWidget(scroll, 1);
     return pane;
 }
