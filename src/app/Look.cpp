@@ -1,5 +1,7 @@
 #include "app/Look.h"
 
+#include "app/FocusMark.h"
+
 #include <QApplication>
 #include <QPalette>
 
@@ -37,6 +39,7 @@ void applyLook() {
     QApplication::setPalette(palette);
     qApp->setStyleSheet(u"QPushButton { padding: 5px 9px; } QLineEdit { padding: 3px; } "
                         "QSplitter::handle { background: #384246; }"_s);
+    markKeyboardFocus();
 }
 
 } // namespace pivex

@@ -6,7 +6,6 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPainter>
 #include <QPushButton>
 
 #include <algorithm>
@@ -34,25 +33,13 @@ constexpr QStringView markedStyle =
     u"background:#1d9954;border:1px solid #49da81;border-radius:4px;color:white;font-weight:700;"
     "min-width:52px;min-height:24px";
 
-/// One pin. It draws its own mark of the keyboard focus, which the style sheets leave out.
-class PinButton : public QPushButton {
-public:
-    PinButton(int pin, QWidget* parent) : QPushButton(QString::number(pin), parent) {
-        setAccessibleName(u"Pin %1"_s.arg(pin));
-        // Return in the dialog means OK, wherever the focus is.
-        setAutoDefault(false);
-    }
-
-protected:
-    void paintEvent(QPaintEvent* event) override {
-        QPushButton::paintEvent(event);
-        if (hasFocus()) {
-            QPainter painter(this);
-            painter.setPen(palette().color(QPalette::ButtonText));
-            painter.drawRect(rect().adjusted(3, 3, -4, -4));
-        }
-    }
-};
+QPushButton* makePin(int pin, QWidget* parent) {
+    auto* button = new QPushButton(QString::number(pin), parent);
+    button->setAccessibleName(u"Pin %1"_s.arg(pin));
+    // Return in the dialog means OK, wherever the focus is.
+    button->setAutoDefault(false);
+    return button;
+}
 
 QLabel* makePackage(QWidget* parent) {
     auto* label = new QLabel(u"TOP\nVIEW"_s, parent);
@@ -84,7 +71,7 @@ void PinSelector::addPins(QGridLayout* grid) {
     const int left = shown / 2;
     grid->addWidget(makePackage(this), 0, 1, std::max(left, 1), 1);
     for (int pin = 1; pin <= shown; ++pin) {
-        auto* button = new PinButton(pin, this);
+        QPushButton* button = makePin(pin, this);
         connect(button, &QPushButton::clicked, this, [this, pin] { click(pin); });
         grid->addWidget(button, pin <= left ? pin - 1 : shown - pin, pin <= left ? 0 : 2);
         buttons.push_back(button);
