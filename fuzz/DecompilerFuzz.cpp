@@ -73,13 +73,29 @@ std::string expectedFailure(const Bytes& code) {
     return {};
 }
 
-/// Takes a line off `text` and checks that it names `instruction`, behind whole indentation steps.
-void checkLine(std::string_view& text, Instruction instruction) {
+/// The closers of the blocks around an instruction, the innermost last.
+using Closers = std::vector<std::string_view>;
+
+/// Leaves the blocks that `name` closes, with all inside them, and gives the indentation.
+std::size_t indentationOf(std::string_view name, Closers& open) {
+    const auto closed = std::ranges::find(open.rbegin(), open.rend(), name);
+    if (closed != open.rend()) {
+        open.erase(closed.base() - 1, open.end());
+    }
+    const std::size_t indentation = 5 * open.size();
+    const auto* opened = std::ranges::find(blockPairs, name, &BlockPair::opener);
+    if (opened != blockPairs.end()) {
+        open.push_back(opened->closer);
+    }
+    return indentation;
+}
+
+/// Takes a line off `text` and checks that it names `instruction`, indented by its blocks.
+void checkLine(std::string_view& text, Instruction instruction, Closers& open) {
     const std::size_t end = std::min(text.find('\n'), text.size());
     std::string_view line = text.substr(0, end);
     text.remove_prefix(std::min(end + 1, text.size()));
     const std::size_t indent = std::min(line.find_first_not_of(' '), line.size());
-    hold(indent % 5 == 0, "blocks are indented by fives");
     line.remove_prefix(indent);
     const std::uint32_t opcode = u32At(instruction, 0);
     const Definition* definition = definitionWithOpcode(opcode);
@@ -87,12 +103,14 @@ void checkLine(std::string_view& text, Instruction instruction) {
                                  ? std::string(definition->name)
                                  : (opcode < 16 ? "~0x0" : "~0x") + upperHex(opcode);
     hold(line.substr(0, line.find(' ')) == name, "a line begins with its instruction");
+    hold(indent == indentationOf(name, open), "blocks are indented by fives");
 }
 
 void checkText(const Bytes& code, std::string_view text) {
     hold(text.empty() == code.empty() && !text.ends_with('\n'), "no line is empty");
+    Closers open;
     for (std::size_t at = 0; at < code.size(); at += instructionSize) {
-        checkLine(text, std::span(code).subspan(at, instructionSize));
+        checkLine(text, std::span(code).subspan(at, instructionSize), open);
     }
     hold(text.empty(), "one line for each instruction");
 }

@@ -126,7 +126,12 @@ void checkClicks(Input& input) {
         pinLabel(tool, texts, pin, pins);
         const Texts before = texts;
         const int fieldBefore = field;
-        if (failureOf([&] { clickPin(tool, texts, pin, pins, field); }).empty()) {
+        const std::string failure = failureOf([&] { clickPin(tool, texts, pin, pins, field); });
+        const bool isPin = pin >= 1 && pin <= pins && pins % 2 == 0 && pins <= 40;
+        hold((failure == "Invalid pin diagram configuration.") ==
+                 !(isPin && texts.size() == tool.args.size()),
+             "exactly the pins of a package can be clicked");
+        if (failure.empty()) {
             hold(field == fieldBefore || field >= 0, "a click chooses a field of the tool");
             checkClicked(tool, before, texts, pin, pins, std::max(field, -1));
         } else {

@@ -52,7 +52,14 @@ void checkFields(FontDocument font) {
 void fuzzOne(Input input) {
     if (input.mark(0xFF)) {
         checkFields(fontFrom(input));
-    } else if (const auto font = resultOf([&] { return parseFont(input.text()); })) {
+        return;
+    }
+    const std::string text = input.text();
+    if (const auto font = resultOf([&] { return parseFont(text); })) {
+        hold(fontTrim(font->name) == font->name, "a name is trimmed");
+        hold(font->name.find('\0') == std::string::npos, "a name holds no zero");
+        const auto other = fromOtherSystem(text, true);
+        hold(!other || parseFont(*other) == font, "line ends and a mark do not matter");
         hold(std::ranges::all_of(font->columns,
                                  [&](unsigned column) { return column >> font->height == 0; }),
              "no column exceeds its height");

@@ -23,6 +23,32 @@ void checkArrived(const Bytes& frame) {
     hold(again == frame, "the packet of a frame makes that frame");
 }
 
+/// CRC-8/SMBUS, bit by bit.
+std::uint8_t crcOf(const Bytes& packet) {
+    unsigned crc = 0;
+    for (const std::uint8_t byte : packet) {
+        crc ^= byte;
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = (crc << 1 ^ (crc >> 7) * 0x07U) & 0xFF;
+        }
+    }
+    return static_cast<std::uint8_t>(crc);
+}
+
+/// The packet and its check byte in one group, zeros and all, however short it is.
+void checkUnstuffed(const Bytes& packet) {
+    if (packet.size() > 252) {
+        return;
+    }
+    Bytes frame{static_cast<std::uint8_t>(packet.size() + 2)};
+    frame.insert(frame.end(), packet.begin(), packet.end());
+    frame.push_back(crcOf(packet));
+    const bool isSound = packet.size() >= 2 && std::ranges::find(frame, 0) == frame.end();
+    Bytes arrived;
+    hold(decodePacket(frame, arrived) == isSound, "a frame holds no 0 and at least two bytes");
+    hold(arrived == (isSound ? packet : Bytes{}), "what arrives is the packet");
+}
+
 /// Whether the byte at `at` of a sound frame is one of the packet's, not a group's length.
 bool isData(const Bytes& frame, std::size_t at) {
     std::size_t group = 0;
@@ -63,6 +89,7 @@ void fuzzOne(Input input) {
     const std::uint8_t change = input.byte();
     const Bytes bytes = input.bytes(std::size_t{2} * maxFrameBytes);
     checkArrived(bytes);
+    checkUnstuffed(bytes);
     if (bytes.size() < 2 || bytes.size() > maxFrameBytes) {
         return;
     }

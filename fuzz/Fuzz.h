@@ -63,6 +63,28 @@ private:
     std::span<const std::uint8_t> rest;
 };
 
+/// `text` with CR LF for every LF.
+inline std::string withCarriageReturns(std::string_view text) {
+    std::string result;
+    for (const char c : text) {
+        result += c == '\n' ? "\r\n" : std::string(1, c);
+    }
+    return result;
+}
+
+/// A text file as an editor of another system saves it: a byte-order mark and CR LF, or CR alone,
+/// for every LF. Nothing for one that has either already.
+inline std::optional<std::string> fromOtherSystem(std::string_view text, bool keepsLf) {
+    if (text.starts_with('\xEF') || text.find('\r') != std::string_view::npos) {
+        return std::nullopt;
+    }
+    std::string other = "\xEF\xBB\xBF" + withCarriageReturns(text);
+    if (!keepsLf) {
+        std::erase(other, '\n');
+    }
+    return other;
+}
+
 /// Ends the program unless the property holds.
 inline void hold(bool holds, const char* property) {
     if (!holds) {

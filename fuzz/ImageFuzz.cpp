@@ -50,17 +50,16 @@ void checkRuns(Input& input) {
     }
 }
 
-/// Pixels from the input's bytes, in a size that they may fill or not.
+/// Pixels in a pattern from the input's bytes, in a size that they may fill or not.
 void checkPixels(Input& input) {
-    const auto width = static_cast<std::int32_t>(input.below(12));
-    const auto height = static_cast<std::int32_t>(input.below(12));
+    const auto width = static_cast<std::int32_t>(input.below(64));
+    const auto height = static_cast<std::int32_t>(input.below(32));
+    const std::int32_t count = width * height - (input.below(16) == 1 ? 1 : 0);
     ImageDocument image{input.field(), width, height, {}, {}};
-    while (!input.isEmpty()) {
-        // Few colours, so that runs form; the top bits make the high byte count.
-        image.pixels.insert(image.pixels.end(), input.byte() % 4 == 0 ? 80 : 1,
-                            static_cast<std::uint16_t>(input.byte() * 0x0101));
+    const Bytes pattern = input.bytes(1U << 16);
+    for (std::size_t i = 0; std::cmp_less(i, count) && !pattern.empty(); ++i) {
+        image.pixels.push_back(static_cast<std::uint16_t>(pattern[i % pattern.size()] * 0x0103));
     }
-    image.pixels.resize(std::min(image.pixels.size(), std::size_t{144}));
     if (failureOf([&] { image.rebuild(); }).empty()) {
         image.name = imageTrim(image.name);
         const bool isName =
@@ -80,7 +79,14 @@ void fuzzOne(Input input) {
     if (const auto mark = input.mark(0xFE)) {
         const auto check = *mark == 0xFF ? checkRuns : checkPixels;
         check(input);
-    } else if (const auto image = resultOf([&] { return parseImage(input.text()); })) {
+        return;
+    }
+    const std::string text = input.text();
+    if (const auto image = resultOf([&] { return parseImage(text); })) {
+        hold(imageTrim(image->name) == image->name, "a name is trimmed");
+        hold(image->name.find('\0') == std::string::npos, "a name holds no zero");
+        const auto other = fromOtherSystem(text, text.size() % 2 == 0);
+        hold(!other || parseImage(*other) == image, "line ends and a mark do not matter");
         checkImage(*image);
     }
 }

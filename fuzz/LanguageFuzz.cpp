@@ -75,6 +75,11 @@ void checkAgreement(const CompileResult& result, const Diagnostics& diagnostics,
     hold(isSuccess != result.bytes.empty(), "bytes or an error, never both");
     hold(result.bytes.size() % instructionSize == 0, "instructions are whole");
     hold(std::ranges::is_sorted(diagnostics, {}, &CodeDiagnostic::line), "sorted by line");
+    const auto isEmpty = [](const CodeDiagnostic& diagnostic) {
+        return diagnostic.message == "No executable instructions.";
+    };
+    hold(diagnostics.size() <= 1 || std::ranges::none_of(diagnostics, isEmpty),
+         "a faulty program is not called empty");
     if (isSuccess) {
         hold(result.errorLine == 0, "no line without an error");
     } else if (hasLines || document.pins >= 1) {
@@ -174,11 +179,7 @@ void checkSpelling(const CompileResult& result, ChipDocument document) {
     if (document.code.find('\r') != std::string::npos) {
         return;
     }
-    std::string code;
-    for (const char c : asciiUpper(document.code)) {
-        code += c == '\n' ? "\r\n" : std::string(1, c);
-    }
-    document.code = code;
+    document.code = withCarriageReturns(asciiUpper(document.code));
     const CompileResult again = compileChip(document);
     hold(again.bytes == result.bytes && again.errorLine == result.errorLine &&
              again.errorMessage == result.errorMessage,

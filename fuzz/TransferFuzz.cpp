@@ -10,11 +10,16 @@ namespace pivex::fuzzing {
 
 namespace {
 
-/// One request and the code of its answer, `Any` while there is none.
+/// One request and its answer, empty while there is none.
 struct Exchange {
     Command command;
     Bytes payload;
-    Response answer;
+    Bytes packet;
+
+    /// The code of the answer; `Any` without one.
+    Response answer() const {
+        return packet.empty() ? Response::Any : static_cast<Response>(packet[0]);
+    }
 };
 
 /// What the board says when all is well.
@@ -61,7 +66,7 @@ private:
     /// as an echo, and how many bytes.
     Bytes answer(Command command, Response expected, const Bytes& payload) {
         hold(isCommand(static_cast<std::uint8_t>(command)), "only commands are sent");
-        exchanges.push_back({command, payload, Response::Any});
+        exchanges.push_back({command, payload, {}});
         if (input.isEmpty()) {
             throw std::runtime_error("The board is silent.");
         }
@@ -76,7 +81,7 @@ private:
         }
         const Bytes data = input.bytes(form & 0x3F);
         packet.insert(packet.end(), data.begin(), data.end());
-        exchanges.back().answer = code;
+        exchanges.back().packet = packet;
         if (expected != Response::Any && code != expected) {
             throw std::runtime_error("Unexpected PCB response: " +
                                      std::to_string(static_cast<unsigned>(code)));
@@ -116,11 +121,11 @@ void checkSent(const std::vector<Exchange>& exchanges, const Steps& steps, bool 
                  exchange.payload == steps[at].payload,
              "requests come in the order of the plan");
         hold(++sends <= steps[at].mostSends, "no request is sent too often");
-        if (accepts(exchange.command, exchange.answer)) {
+        if (accepts(exchange.command, exchange.answer())) {
             ++at;
             sends = 0;
         } else {
-            hold(exchange.answer == Response::Busy || &exchange == &exchanges.back(),
+            hold(exchange.answer() == Response::Busy || &exchange == &exchanges.back(),
                  "nothing follows a refusal");
         }
     }
@@ -146,6 +151,13 @@ void readStored(FuzzedBoard& board, std::uint8_t number) {
     const int index = number % 2 == 0 ? number : -number;
     const auto chip = resultOf([&] { return linux_read::readChip(index, board.query()); });
     hold(index >= 0 || board.exchanges.empty(), "a bad index is not asked for");
+    for (const Exchange& exchange : board.exchanges) {
+        const bool isEmpty = exchange.payload == Bytes{0xAA, 0xAA} && exchange.packet.size() < 3;
+        hold(!isEmpty || &exchange == &board.exchanges.back(), "nothing follows an empty piece");
+        const bool isLong =
+            exchange.command == Command::ReadChipString && exchange.packet.size() > 66;
+        hold(!isLong || !chip, "no string is longer than its cell");
+    }
     if (chip) {
         hold(isText(chip->name, 32), "a name fits its field");
         hold(chip->pins >= 0 && chip->pins <= 0xFF && chip->imageIndex <= 0xFF, "bytes are bytes");
@@ -206,6 +218,11 @@ void batch(FuzzedBoard& board, std::uint8_t) {
                   [&](std::uint64_t done, const std::string&) { saved = done; });
     });
     checkSent(board.exchanges, steps, failure.empty());
+    const auto isSaved = [](const Exchange& exchange) {
+        return exchange.command == Command::PermanentSave &&
+               exchange.answer() == Response::Acknowledged;
+    };
+    hold(std::cmp_equal(saved, std::ranges::count_if(board.exchanges, isSaved)), "saves count");
     const std::string counted = "Batch stopped: " + std::to_string(saved) + "/2 saves";
     hold(failure.empty() || failure.starts_with(counted), "a failure counts the saves");
 }
@@ -236,8 +253,13 @@ void loadImage(FuzzedBoard& board, std::uint8_t slot) {
     const auto image = resultOf([&] { return readImage(slot, board.query()); });
     const bool isSlot = slot >= 1 && slot <= imageSlotCount;
     hold(isSlot || board.exchanges.empty(), "a bad slot is not asked for");
+    if (board.exchanges.size() > 1) {
+        const std::uint32_t size = u32At(board.exchanges[0].packet, 36);
+        hold(size >= 1 && size <= maxBoardImageBytes && size % 3 == 0, "a bad size ends it");
+        hold(!image || image->rle.size() == size, "an image is as long as the board said");
+    }
     if (image) {
-        hold(isText(image->name, 32) && image->rle.size() <= maxBoardImageBytes, "an image fits");
+        hold(isText(image->name, 32), "a name fits its field");
         hold(decompressImage(image->rle, image->width, image->height) == image->pixels,
              "the pixels are those of the runs");
     }
@@ -298,7 +320,7 @@ void settings(FuzzedBoard& board, std::uint8_t number) {
     hold(board.exchanges.size() <= (isAllowed ? 3U : 0U), "few requests, none for a bad one");
     for (const Exchange& exchange : board.exchanges) {
         hold(exchange.command == Command::Settings && exchange.payload == request, "the request");
-        hold(exchange.answer == Response::Busy || &exchange == &board.exchanges.back(),
+        hold(exchange.answer() == Response::Busy || &exchange == &board.exchanges.back(),
              "only a busy answer repeats a request");
     }
     hold(!record || number == 0 || record->bytes[rule->recordByte] == value,
