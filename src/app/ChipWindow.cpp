@@ -19,6 +19,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <future>
 #include <limits>
 
 namespace pivex {
@@ -69,6 +70,9 @@ QComboBox* addChoice(QFormLayout* form, const QString& caption, const char* name
 } // namespace
 
 ChipWindow::ChipWindow(ConnectionTimings timings) : connection(timings) {
+    // The system takes as long to list its ports as the panes take to be made.
+    std::future<std::vector<std::wstring>> ports =
+        std::async(std::launch::async, SerialConnection::ports);
     QWidget* pane = centralPane();
     setCentralWidget(pane);
     makeMenus();
@@ -76,7 +80,7 @@ ChipWindow::ChipWindow(ConnectionTimings timings) : connection(timings) {
     resize(1180, 820);
     watchWidgets();
     populate(newDocument(), {});
-    refreshPorts();
+    offerPorts(ports.get());
     pollTimer.setObjectName(u"pollTimer"_s);
     QObject::connect(&pollTimer, &QTimer::timeout, this, &ChipWindow::serialEvents);
     pollTimer.start(pollInterval);
@@ -287,8 +291,7 @@ void ChipWindow::watchWidgets() {
 
 QPushButton* ChipWindow::button(QBoxLayout* parent, const QString& text, const char* name,
                                 Action action) {
-    auto* made = new QPushButton(text, parent->parentWidget());
-    setName(made, name);
+    QPushButton* made = makeButton(text, QLatin1StringView(name), parent->parentWidget());
     parent->addWidget(made);
     QObject::connect(made, &QPushButton::clicked, this, action);
     return made;

@@ -170,6 +170,7 @@ private:
     // Actions on the board.
     bool ready() const;
     void refreshPorts();
+    void offerPorts(const std::vector<std::wstring>& ports);
     void toggleConnection();
     void connectBoard(const QString& port);
     void disconnectBoard();

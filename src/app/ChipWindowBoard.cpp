@@ -32,9 +32,13 @@ void ChipWindow::startOperation(std::initializer_list<bool*> flags) {
 }
 
 void ChipWindow::refreshPorts() {
+    offerPorts(SerialConnection::ports());
+}
+
+void ChipWindow::offerPorts(const std::vector<std::wstring>& ports) {
     const QString remembered = link.port->currentText();
     link.port->clear();
-    for (const std::wstring& port : SerialConnection::ports()) {
+    for (const std::wstring& port : ports) {
         link.port->addItem(QString::fromStdWString(port));
     }
     // Without any item a typed port stays.

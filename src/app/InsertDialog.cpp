@@ -2,6 +2,7 @@
 
 #include "app/PinSelector.h"
 #include "tools/MessageBoxes.h"
+#include "tools/WidgetParts.h"
 
 #include <QDialogButtonBox>
 #include <QFormLayout>
@@ -75,7 +76,7 @@ QWidget* fitted(PinSelector* selector, QWidget* parent) {
 
 QPushButton* makeCategoryButton(std::string_view category, QPlainTextEdit* editor,
                                 const std::function<int()>& pinCount, QWidget* parent) {
-    auto* button = new QPushButton(textOf(category), parent);
+    QPushButton* button = makeButton(textOf(category), {}, parent);
     auto* menu = new QMenu(button);
     for (const OpcodeTool& tool : opcodeTools) {
         if (tool.category == category) {

@@ -5,6 +5,8 @@
 #include <QApplication>
 #include <QPalette>
 
+#include <fontconfig/fontconfig.h>
+
 namespace pivex {
 
 namespace {
@@ -29,6 +31,11 @@ constexpr RoleColor roleColors[] = {
 };
 
 } // namespace
+
+std::future<void> findFonts() {
+    // Without fonts it fails, and the toolkit says so.
+    return std::async(std::launch::async, [] { FcInit(); });
+}
 
 void applyLook() {
     QApplication::setStyle(u"Fusion"_s);

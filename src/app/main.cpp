@@ -40,9 +40,11 @@ int runWindow(const StartupOptions& options) {
 
 int main(int argc, char* argv[]) {
     keepFreedMemory();
+    const std::future<void> fonts = findFonts();
     const QApplication application(argc, argv);
     QGuiApplication::setDesktopFileName(u"org.pivex.PivexGUI"_s);
     applyLook();
+    fonts.wait();
     const StartupOptions options = parseStartupOptions(QApplication::arguments());
     switch (options.selfCheck) {
     case SelfCheck::fonts:

