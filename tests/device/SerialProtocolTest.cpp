@@ -51,7 +51,8 @@ private Q_SLOTS:
                 }
             }
         }
-        for (const char* frame : {"", "00dc0246", "05dc0246", "03dc1a", "05da0003a1"}) {
+        for (const char* frame :
+             {"", "00dc0246", "05dc0246", "03dc1a", "05da0003a1", "05da030097"}) {
             Bytes packet{1, 2};
             QVERIFY2(!decodePacket(fromHex(frame), packet) && packet.empty(), frame);
         }
