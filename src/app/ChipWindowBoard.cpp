@@ -1,7 +1,7 @@
 #include "app/ChipWindow.h"
-#include "app/DisplayText.h"
 #include "app/StoredChipItem.h"
 #include "device/BatchSave.h"
+#include "tools/DisplayText.h"
 #include "tools/MessageBoxes.h"
 
 #include <QAction>

@@ -1,6 +1,6 @@
 #include "app/ChipWindow.h"
-#include "app/DisplayText.h"
 #include "app/StoredChipItem.h"
+#include "tools/DisplayText.h"
 
 #include <QLabel>
 #include <QListWidget>

@@ -1,8 +1,8 @@
 #include "app/ChipWindow.h"
 #include "app/CodeEditor.h"
-#include "app/DisplayText.h"
 #include "language/ChipCompiler.h"
 #include "model/ChipFileCodec.h"
+#include "tools/DisplayText.h"
 #include "tools/FileAccess.h"
 #include "tools/MessageBoxes.h"
 

@@ -1,6 +1,6 @@
 #include "app/StoredChipItem.h"
 
-#include "app/DisplayText.h"
+#include "tools/DisplayText.h"
 
 namespace pivex {
 

@@ -1,5 +1,7 @@
 #include "tools/FontSlotList.h"
 
+#include "tools/DisplayText.h"
+
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
@@ -10,7 +12,7 @@ QString fontSlotContent(const FontSlot& slot) {
     if (!slot.read) {
         return u"Not read"_s;
     }
-    return slot.name.empty() ? u"Empty"_s : QString::fromStdString(slot.name);
+    return slot.name.empty() ? u"Empty"_s : oneLine(QString::fromStdString(slot.name));
 }
 
 FontSlotList::FontSlotList(QWidget* parent) : QListWidget(parent) {

@@ -1,3 +1,4 @@
+#include "tools/DisplayText.h"
 #include "tools/ImageWindowPrivate.h"
 #include "tools/MessageBoxes.h"
 
@@ -17,7 +18,7 @@ QString slotRow(int slot, const ImageSlot& info) {
     const QString number = QString::number(slot).rightJustified(3, u'0');
     const QString content = !info.read          ? u"[NOT READ]"_s
                             : info.name.empty() ? u"[EMPTY]"_s
-                                                : QString::fromStdString(info.name);
+                                                : oneLine(QString::fromStdString(info.name));
     return u"%1  %2"_s.arg(number, content);
 }
 

@@ -1,5 +1,6 @@
 #include "tools/SettingsWindow.h"
 
+#include "tools/DisplayText.h"
 #include "tools/WidgetParts.h"
 
 #include <QButtonGroup>
@@ -386,7 +387,7 @@ void SettingsWindow::synchronize(Prefer preference) {
     for (int slot = 0; slot < fontSlotCount; ++slot) {
         if (offers(slot)) {
             const FontSlot& font = fontSlots[static_cast<std::size_t>(slot)];
-            fontBox->addItem(QString::fromStdString(font.name), slot);
+            fontBox->addItem(oneLine(QString::fromStdString(font.name)), slot);
         }
     }
     const int confirmedFont = known ? fontBox->findData(int{confirmed(defaultFont)}) : -1;

@@ -314,7 +314,7 @@ public:
     /// Runs `trials` and gives what was wrong. On a busy machine a board may answer too late; so a
     /// few trials that go wrong get a second chance without company.
     QString run(std::vector<Trial> trials) {
-        const std::size_t few = std::max<std::size_t>(32, trials.size() / 200);
+        const std::size_t few = std::max<std::size_t>(32, trials.size() / 50);
         QString complaints = run(trials, most);
         if (!trials.empty() && trials.size() <= few) {
             qWarning("%s", qPrintable(complaints));

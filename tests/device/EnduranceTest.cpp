@@ -89,9 +89,11 @@ public:
         connection.connect({path.begin(), path.end()});
         linked = true;
         expected = connecting;
+        quiet.start();
     }
 
     void ask(const Task& task) {
+        quiet.start();
         task.ask(connection);
         for (const auto& [kind, count] : task.reports) {
             expected[kind] += count;
@@ -106,6 +108,7 @@ public:
         std::vector<SerialEvent> events = connection.poll();
         for (const SerialEvent& event : events) {
             ++seen[event.kind];
+            quiet.start();
         }
         const bool isDone = seen == expected;
         if (linked && patience && (isDone || totalOf(seen) >= *patience)) {
@@ -114,7 +117,8 @@ public:
         if (isDone) {
             rest();
         }
-        return totalOf(seen) <= totalOf(expected) && !seen.contains(Kind::Failed);
+        return totalOf(seen) <= totalOf(expected) && !seen.contains(Kind::Failed) &&
+               (isResting() || !quiet.hasExpired(waits.answer.count()));
     }
 
     /// Disconnects; false when something is still to be reported.
@@ -146,6 +150,7 @@ private:
     SerialConnection connection{waits};
     Counts seen;
     Counts expected;
+    QElapsedTimer quiet; ///< since something came or was asked for
     std::optional<int> patience;
     bool linked = false;
 };
@@ -215,15 +220,13 @@ private:
 
     static void run(std::vector<std::unique_ptr<Desk>>& desks, int rounds, Begin begin) {
         std::minstd_rand random;
-        QElapsedTimer timer;
-        timer.start();
         const auto isResting = [](const auto& desk) { return desk->isResting(); };
         while (rounds > 0 || !std::ranges::all_of(desks, isResting)) {
             for (const auto& desk : desks) {
                 if (desk->isResting() && rounds > 0) {
                     rounds -= begin(*desk, random) ? 1 : 0;
                 }
-                if (!desk->advance() || timer.elapsed() > 3'000'000) {
+                if (!desk->advance()) {
                     qFatal("%s", desk->log().c_str());
                 }
             }

@@ -4,7 +4,8 @@
 
 namespace pivex {
 
-/// `text` on one line: control characters and line breaks are shown as U+FFFD.
+/// `text` on one line: control characters, line breaks and the marks that embed or override a
+/// direction of writing are shown as U+FFFD.
 QString oneLine(QString text);
 
 /// A tool tip that shows `text` as it stands, also where it looks like markup.
