@@ -100,7 +100,7 @@ std::string failureOf(const Step& step) {
         step();
         return {};
     } catch (const std::runtime_error& failure) {
-        const std::string sentence = failure.what();
+        std::string sentence = failure.what();
         hold(!sentence.empty() && sentence.front() >= 'A' && sentence.front() <= 'Z',
              "a failure carries a sentence");
         return sentence;

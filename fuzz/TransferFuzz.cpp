@@ -342,10 +342,10 @@ constexpr std::array<Operation, 14> operations{{
     {deleteAllStored, 1},
     {listImages, imageSlotCount},
     {loadImage, 1 + maxBoardImageBytes},
-    {writeImage, 3 * 14},
+    {writeImage, 42},
     {emptyImage, 3},
     {readFonts, fontSlotCount},
-    {writeFont, 3 * 10},
+    {writeFont, 30},
     {settings, 3},
 }};
 
