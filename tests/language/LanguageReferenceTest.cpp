@@ -6,8 +6,8 @@
 #include <QRegularExpression>
 #include <QtTest>
 
+#include <array>
 #include <functional>
-#include <ranges>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace pivex;
@@ -21,44 +21,28 @@ QString fileText(const QString& path) {
 
 const QString reference = fileText(QStringLiteral(PIVEX_SOURCE_DIR "/docs/language.md"));
 
-/// The rows of every table of the reference whose first column is headed `heading`.
-QList<QStringList> rowsUnder(const QString& heading) {
-    QList<QStringList> rows;
-    bool isInside = false;
-    for (const QString& line : reference.split(u'\n')) {
-        const QStringList cells = line.split(u'|').mid(1);
-        if (isInside && !cells.isEmpty() && !cells[0].startsWith(u"---")) {
-            rows << cells;
-        }
-        isInside = !cells.isEmpty() && (isInside || cells[0].trimmed() == heading);
-    }
-    return rows;
-}
-
-/// What stands in `text` where `pattern` captures.
-QStringList captured(const QString& pattern, const QString& text) {
-    QStringList found;
-    const QRegularExpression expression(pattern, QRegularExpression::DotMatchesEverythingOption);
+/// What `pattern` captures in `text`, match by match; "^" and "$" stand for the ends of a line.
+QList<QStringList> captured(const QString& pattern, const QString& text = reference) {
+    QList<QStringList> found;
+    const QRegularExpression expression(pattern, QRegularExpression::MultilineOption);
     for (const auto& match : expression.globalMatch(text)) {
-        found << match.captured(1);
+        found << match.capturedTexts().mid(1);
     }
     return found;
 }
 
-QStringList codeIn(const QString& text) {
-    return captured(u"`([^`]+)`"_s, text);
-}
-
-/// What stands in column `index` of the table under `heading`, joined by blanks.
-QString columnUnder(const QString& heading, int index = 0) {
-    QStringList column;
-    for (const QStringList& cells : rowsUnder(heading)) {
-        column << codeIn(cells[index]).value(0);
+QString joined(const QList<QStringList>& rows, int column = 0, const QString& between = u" "_s) {
+    QStringList cells;
+    for (const QStringList& row : rows) {
+        cells << row[column];
     }
-    return column.join(u' ');
+    return cells.join(between);
 }
 
-/// The names in a table of the program, in the same way.
+const QString span = u"`([^`]+)`"_s;
+const QString kindNames = joined(captured(u"^\\| `(\\w+)` \\| [^`|][^|]*\\|$"_s));
+
+/// The names in a table of the program, joined by blanks.
 template<typename Rows, typename Name>
 QString namesIn(const Rows& rows, Name name) {
     QStringList names;
@@ -89,61 +73,58 @@ class LanguageReferenceTest : public QObject {
 private Q_SLOTS:
 
     void listsEveryInstruction() {
-        const QStringList kinds = columnUnder(u"Kind"_s).split(u' ');
-        QStringList listed;
-        for (const QStringList& cells : rowsUnder(u"Opcode"_s)) {
-            const QString name = codeIn(cells[0]).value(0);
-            listed << name;
-            const Definition* definition = definitionNamed(name.toStdString());
-            QVERIFY2(definition != nullptr, qPrintable(name));
-            QString number = QString::number(definition->opcode, 16).toUpper();
-            number = u"%1 (0x%2)"_s.arg(definition->opcode).arg(number.rightJustified(2, u'0'));
-            QCOMPARE(name + cells[1].trimmed(), name + number);
+        auto rows =
+            captured(u"^\\| `(\\w+)` \\| (\\d+ \\(0x..\\)) \\|([^|]*)\\|[^|]*\\| `([^`]*)` \\|$"_s);
+        std::ranges::sort(rows, {}, [](const QStringList& row) { return row[0]; });
+        QCOMPARE(joined(rows), namesIn(definitions, &Definition::name));
+        for (const QStringList& row : rows) {
+            const Definition& definition = *definitionNamed(row[0].toStdString());
+            const QString number = QString::number(definition.opcode, 16).toUpper();
+            QCOMPARE(row[1], u"%1 (0x%2)"_s.arg(definition.opcode).arg(number, 2, u'0'));
             QStringList operands;
-            for (const Arg kind : definition->args) {
-                operands << kinds.value(static_cast<int>(kind));
+            for (const Arg kind : definition.args) {
+                operands << kindNames.section(u' ', static_cast<int>(kind), static_cast<int>(kind));
             }
-            QCOMPARE(codeIn(cells[2]), operands);
-            const QString example = codeIn(cells[4]).value(0);
-            QCOMPARE(example.section(u' ', 0, 0), name);
+            QCOMPARE(joined(captured(span, row[2])), operands.join(u' '));
+            QCOMPARE(row[3].section(u' ', 0, 0), row[0]);
             // Alone, an example may at most lack the other end of its block or its function.
             static const QRegularExpression half(u"^Un(closed|matched|defined) "_s);
-            const QStringList findings = messagesFor(example, 40).mid(1);
-            QVERIFY2(findings.filter(half).size() == findings.size(), qPrintable(example));
+            const QStringList findings = messagesFor(row[3], 40).mid(1);
+            QVERIFY2(findings.filter(half).size() == findings.size(), qPrintable(row[3]));
         }
-        listed.sort();
-        QCOMPARE(listed.join(u' '), namesIn(definitions, &Definition::name));
     }
 
     void listsEveryName() {
-        QCOMPARE(columnUnder(u"Kind"_s),
-                 u"value condition registerSlot pin addressGroup addressIndex pinList "
-                 "sideBitfield functionName"_s);
-        QCOMPARE(columnUnder(u"Code"_s, 1), namesIn(std::views::iota(0U, 7U), conditionToken));
+        QCOMPARE(kindNames, u"value condition registerSlot pin addressGroup addressIndex pinList "
+                            "sideBitfield functionName"_s);
+        QCOMPARE(joined(captured(u"^\\| \\d \\| `(\\w+)` \\|"_s)),
+                 namesIn(std::array{0U, 1U, 2U, 3U, 4U, 5U, 6U}, conditionToken));
         QVERIFY(conditionToken(7).empty());
-        QCOMPARE(columnUnder(u"Opener"_s), namesIn(blockPairs, &BlockPair::opener));
-        QCOMPARE(columnUnder(u"Opener"_s, 1), namesIn(blockPairs, &BlockPair::closer));
+        const auto blocks = captured(u"^\\| `(\\w+)` \\| `(\\w+)` \\|$"_s);
+        QCOMPARE(joined(blocks), namesIn(blockPairs, &BlockPair::opener));
+        QCOMPARE(joined(blocks, 1), namesIn(blockPairs, &BlockPair::closer));
     }
 
     void showsNumbersAndPrograms() {
-        for (const QStringList& cells : rowsUnder(u"Form"_s)) {
-            const std::string line = "DELMS " + codeIn(cells[1])[0].toStdString();
-            const Bytes code = compileChip({"", 14, 0, 0, line, {}}).bytes;
-            QVERIFY2(!code.empty() && u32At(code, 4) == cells[2].toUInt(), line.c_str());
+        for (const QStringList& row : captured(u"^\\|[^|]+\\| `([^`]+)` \\| (\\d+) \\|$"_s)) {
+            const std::string line = "DELMS " + row[0].toStdString();
+            const Bytes bytes = compileChip({"", 14, 0, 0, line, {}}).bytes;
+            QVERIFY2(!bytes.empty() && u32At(bytes, 4) == row[1].toUInt(), line.c_str());
         }
-        const QStringList programs = captured(u"```chip\n(.*?)```"_s, reference);
+        const auto programs = captured(u"```chip\n([^`]*)```"_s);
         QVERIFY(programs.size() >= 5);
-        for (const QString& program : programs) {
-            QCOMPARE(messagesFor(program), QStringList(QString()));
+        for (const QStringList& program : programs) {
+            QCOMPARE(messagesFor(program[0]), QStringList(QString()));
         }
     }
 
     void bringsEveryMessage() {
-        for (const QStringList& cells : rowsUnder(u"Message"_s)) {
-            const QString message = codeIn(cells[0]).value(0);
-            const QString code = codeIn(cells[2]).join(u'\n');
-            QVERIFY2(messagesFor(code, code.isEmpty() ? 0 : 14).contains(message),
-                     qPrintable(message));
+        const auto rows = captured(u"^\\| `([^|]+)` \\| [^|]+ \\|([^|]*)\\|$"_s);
+        QVERIFY(rows.size() >= 26);
+        for (const QStringList& row : rows) {
+            const QString text = joined(captured(span, row[1]), 0, u"\n"_s);
+            QVERIFY2(messagesFor(text, text.isEmpty() ? 0 : 14).contains(row[0]),
+                     qPrintable(row[0]));
         }
     }
 
@@ -154,9 +135,10 @@ private Q_SLOTS:
         for (const QString& name : folder.entryList({u"*.cpp"_s})) {
             static const QRegularExpression comment(u"//[^\n]*"_s);
             const QString source = fileText(folder.filePath(name)).remove(comment);
-            for (const QString& text : captured(u"\"([^\"\n]*)\""_s, source)) {
-                count += text.contains(u' ') ? 1 : 0;
-                QVERIFY2(!text.contains(u' ') || reference.contains(text), qPrintable(text));
+            for (const QStringList& text : captured(u"\"([^\"\n]*)\""_s, source)) {
+                count += text[0].contains(u' ') ? 1 : 0;
+                QVERIFY2(!text[0].contains(u' ') || reference.contains(text[0]),
+                         qPrintable(text[0]));
             }
         }
         QVERIFY(count > 25);

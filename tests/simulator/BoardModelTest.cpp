@@ -36,10 +36,11 @@ QByteArrayList packetsOf(const QByteArray& kind) {
     QByteArrayList packets;
     for (const QByteArray& row : plans.at(kind).split(',')) {
         const QByteArrayList words = row.split(' ');
+        const qsizetype most = 2 * words[1].toLongLong();
         QByteArray payload = hexOf(words.mid(2).join(' '));
         do {
-            packets.append(words[0] + payload.left(2 * words[1].toInt()));
-            payload.remove(0, 2 * words[1].toInt());
+            packets.append(words[0] + payload.left(most));
+            payload.remove(0, most);
         } while (!payload.isEmpty());
     }
     return packets;

@@ -3,6 +3,7 @@
 #include "base/Bytes.h"
 
 #include <QByteArray>
+#include <QList>
 
 namespace pivex::testing {
 
