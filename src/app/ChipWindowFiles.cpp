@@ -17,12 +17,15 @@
 
 #include <algorithm>
 #include <memory>
+#include <stdexcept>
 
 namespace pivex {
 
 namespace {
 
 using namespace Qt::Literals::StringLiterals;
+
+constexpr FileLimit chipFileLimit{maxChipFileBytes, chipFileTooLarge};
 
 int chosen(const QComboBox* box) {
     return box->currentData().toInt();
@@ -50,11 +53,30 @@ QString titlePart(const QString& path) {
                : u" — "_s + oneLine(QFileInfo(path).fileName()).replace(u"[*]"_s, u"[*][*]"_s);
 }
 
-/// A problem at source line `line`, named by the instruction that `gutter` shows there.
-QString diagnosticLine(std::span<const GutterLine> gutter, std::int32_t line,
-                       const std::string& message) {
-    return u"Line %1: %2"_s.arg(QString::number(diagnosticInstructionLine(gutter, line)),
-                                QString::fromStdString(message));
+/// A problem, named by the number of its instruction.
+QString diagnosticLine(std::int32_t instruction, const std::string& message) {
+    return u"Line %1: %2"_s.arg(QString::number(instruction), QString::fromStdString(message));
+}
+
+/// Whether the editor begins a new line at `character`.
+bool breaksLine(QChar character) {
+    return QStringView(u"\n\u2028\u2029\uFDD0\uFDD1").contains(character);
+}
+
+/// Refuses what would take the memory of the whole machine: a line of the editor weighs some 500
+/// times as much as the byte that it may be in the file.
+void checkLineCount(const ChipDocument& chip) {
+    constexpr qsizetype mostLines = 1'000'000;
+    const QString code = QString::fromStdString(chip.code);
+    if (std::ranges::count_if(code, breaksLine) >= mostLines) {
+        throw std::runtime_error("Chip file has more than 1000000 lines of code.");
+    }
+}
+
+ChipDocument checkedChip(const std::string& text) {
+    ChipDocument chip = decodeChip(text);
+    checkLineCount(chip);
+    return chip;
 }
 
 } // namespace
@@ -233,14 +255,14 @@ void ChipWindow::saveFileAs() {
 }
 
 ChipDocument ChipWindow::read(const QString& path) {
-    return decodeChip(readFileBytes(path));
+    return checkedChip(readFileBytes(path, chipFileLimit));
 }
 
 void ChipWindow::write(const QString& path, const ChipDocument& source) {
     const std::string text = encodeChip(source);
     // A text that could not be read again must not replace a file that can.
-    decodeChip(text);
-    writeFileAtomically(path, text);
+    checkedChip(text);
+    writeFileAtomically(path, text, chipFileLimit);
 }
 
 void ChipWindow::compile() {
@@ -252,17 +274,17 @@ void ChipWindow::compile() {
             QString::number(result.bytes.size())));
         return;
     }
-    report(diagnosticLine(instructionGutter(source.code, source.pins), result.errorLine,
+    report(diagnosticLine(diagnosticInstructionLine(source.code, result.errorLine, source.pins),
                           result.errorMessage));
     gotoLine(result.errorLine);
 }
 
 void ChipWindow::scan() {
     const ChipDocument source = document();
-    const std::vector<GutterLine> gutter = instructionGutter(source.code, source.pins);
+    const auto numbers = diagnosticInstructionLines(instructionGutter(source.code, source.pins));
     QStringList lines;
     for (const CodeDiagnostic& problem : validateChip(source)) {
-        lines << diagnosticLine(gutter, problem.line, problem.message);
+        lines << diagnosticLine(numbers[static_cast<std::size_t>(problem.line)], problem.message);
     }
     report(lines.isEmpty() ? u"No code errors found."_s : lines.join(u'\n'));
 }
@@ -280,7 +302,7 @@ void ChipWindow::clearOutput() {
 }
 
 void ChipWindow::report(const QString& text) {
-    output->setPlainText(text);
+    output->setPlainText(shortened(text));
 }
 
 void ChipWindow::error(const QString& message) {

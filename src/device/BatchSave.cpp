@@ -7,12 +7,16 @@
 #include <exception>
 #include <fstream>
 #include <stdexcept>
+#include <system_error>
 
 namespace pivex {
 
 namespace {
 
 std::string readWhole(const std::filesystem::path& path) {
+    // Opening a pipe would wait for somebody at its other end, and a device may have no end.
+    std::error_code unknown;
+    require(!std::filesystem::is_other(path, unknown), "Cannot open file.");
     std::ifstream file(path, std::ios::binary);
     require(file.is_open(), "Cannot open file.");
     std::string bytes;
@@ -20,6 +24,7 @@ std::string readWhole(const std::filesystem::path& path) {
     while (file) {
         file.read(piece.data(), piece.size());
         bytes.append(piece.data(), static_cast<std::size_t>(file.gcount()));
+        require(bytes.size() <= maxChipFileBytes, chipFileTooLarge);
     }
     // A folder opens like a file and only fails here.
     require(!file.bad(), "Cannot read file.");

@@ -55,7 +55,10 @@ std::vector<GutterLine> instructionGutter(std::string_view code, std::int32_t pi
 /// else the last one's, else 1. A line below 1 is returned as it is.
 std::int32_t diagnosticInstructionLine(std::string_view code, std::int32_t line, std::int32_t pins);
 
-/// The same from a gutter that is at hand: the way for many diagnostics of one text.
+/// The same from a gutter that is at hand.
 std::int32_t diagnosticInstructionLine(std::span<const GutterLine> gutter, std::int32_t line);
+
+/// The same for every line from 0 to the one after the last: the way for many diagnostics.
+std::vector<std::int32_t> diagnosticInstructionLines(std::span<const GutterLine> gutter);
 
 } // namespace pivex

@@ -59,19 +59,26 @@ std::vector<GutterLine> instructionGutter(std::string_view code, std::int32_t pi
     }
 }
 
+std::vector<std::int32_t> diagnosticInstructionLines(std::span<const GutterLine> gutter) {
+    const auto isNumbered = [](const GutterLine& entry) { return !entry.text.empty(); };
+    const auto last = std::find_if(gutter.rbegin(), gutter.rend(), isNumbered);
+    std::int32_t number = last != gutter.rend() ? std::stoi(last->text) : 1;
+    std::vector<std::int32_t> numbers(gutter.size() + 2, number);
+    for (std::size_t line = gutter.size(); line > 0; --line) {
+        const std::string& text = gutter[line - 1].text;
+        number = text.empty() ? number : std::stoi(text);
+        numbers[line] = number;
+    }
+    numbers[0] = 0;
+    return numbers;
+}
+
 std::int32_t diagnosticInstructionLine(std::span<const GutterLine> gutter, std::int32_t line) {
     if (line < 1) {
         return line;
     }
-    const auto isNumbered = [](const GutterLine& entry) { return !entry.text.empty(); };
-    const auto at = std::min(static_cast<std::size_t>(line - 1), gutter.size());
-    const auto after = gutter.subspan(at);
-    if (const auto next = std::ranges::find_if(after, isNumbered); next != after.end()) {
-        return std::stoi(next->text);
-    }
-    const auto before = gutter.first(at);
-    const auto last = std::find_if(before.rbegin(), before.rend(), isNumbered);
-    return last != before.rend() ? std::stoi(last->text) : 1;
+    const std::vector<std::int32_t> numbers = diagnosticInstructionLines(gutter);
+    return numbers[std::min(static_cast<std::size_t>(line), numbers.size() - 1)];
 }
 
 std::int32_t diagnosticInstructionLine(std::string_view code, std::int32_t line,

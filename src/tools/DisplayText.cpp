@@ -25,6 +25,20 @@ QString oneLine(QString text) {
     return text;
 }
 
+QString shortened(const QString& text) {
+    constexpr qsizetype longest = 2000;
+    if (text.size() <= longest) {
+        return text;
+    }
+    QStringList lines = text.split(u'\n');
+    for (QString& line : lines) {
+        if (line.size() > longest) {
+            line = line.first(longest) + u'…';
+        }
+    }
+    return lines.join(u'\n');
+}
+
 QString plainToolTip(const QString& text) {
     return Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text;
 }

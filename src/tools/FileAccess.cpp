@@ -67,7 +67,9 @@ std::string readFileBytes(const QString& path, const std::optional<FileLimit>& l
     return bytes.toStdString();
 }
 
-void writeFileAtomically(const QString& path, const std::string& bytes) {
+void writeFileAtomically(const QString& path, const std::string& bytes,
+                         const std::optional<FileLimit>& limit) {
+    refuseAbove(limit, static_cast<qint64>(bytes.size()));
     refuseSpecialFile(path);
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {

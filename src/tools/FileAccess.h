@@ -21,7 +21,9 @@ std::string readFileBytes(const QString& path, const std::optional<FileLimit>& l
 
 /// Puts `bytes` into the file at `path` through a temporary file and a rename, so that the file is
 /// afterwards either the old one or the new one, and on the disk. Throws std::runtime_error with
-/// the system's error text, or its own for a pipe or a device; the old file is then untouched.
-void writeFileAtomically(const QString& path, const std::string& bytes);
+/// the system's error text, its own for a pipe or a device, or that of `limit` when such a file
+/// would not be read again; the old file is then untouched.
+void writeFileAtomically(const QString& path, const std::string& bytes,
+                         const std::optional<FileLimit>& limit = {});
 
 } // namespace pivex

@@ -1,3 +1,4 @@
+#include "tools/DisplayText.h"
 #include "tools/FontCanvas.h"
 #include "tools/FontSlotList.h"
 #include "tools/FontWindowPrivate.h"
@@ -19,7 +20,7 @@ namespace {
 QString information(const std::optional<FontDocument>& font) {
     QStringList values(5, u"—"_s);
     if (font) {
-        values = {QString::fromStdString(font->name), QString::number(font->width),
+        values = {shortened(QString::fromStdString(font->name)), QString::number(font->width),
                   QString::number(font->height), QString::number(font->glyphCount()),
                   QString::number(font->columns.size())};
     }
@@ -51,7 +52,7 @@ void FontWindow::controls() {
 
 void FontWindow::updateDocument(Change change) {
     setWindowTitle(dirty ? u"Font Manager *"_s : u"Font Manager"_s);
-    nameLabel->setText(open.font ? QString::fromStdString(open.font->name)
+    nameLabel->setText(open.font ? shortened(QString::fromStdString(open.font->name))
                                  : u"No font file loaded"_s);
     showGlyphNumber();
     if (change == Change::Font) {

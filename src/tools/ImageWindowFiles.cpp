@@ -20,9 +20,10 @@ namespace pivex {
 
 namespace {
 
+constexpr FileLimit imageFileLimit{maxImageFileBytes, "Image file exceeds 1 MB."};
+
 ImageDocument readImageFile(const QString& path) {
-    std::string text =
-        readFileBytes(path, FileLimit{maxImageFileBytes, "Image file exceeds 1 MB."});
+    std::string text = readFileBytes(path, imageFileLimit);
     if (!isUtf8(text)) {
         throw std::runtime_error("Image file is not valid UTF-8.");
     }
@@ -121,7 +122,7 @@ bool ImageWindow::savePath(const QString& path) {
         const std::string text = drawing->document.text();
         // A name can hold what its file form cannot: what does not read back is not written.
         parseImage(text);
-        writeFileAtomically(path, text);
+        writeFileAtomically(path, text, imageFileLimit);
     } catch (const std::runtime_error& error) {
         warnOf(error);
         return false;

@@ -1,5 +1,7 @@
 #include "tools/MessageBoxes.h"
 
+#include "tools/DisplayText.h"
+
 #include <QPushButton>
 
 namespace pivex {
@@ -10,7 +12,7 @@ void fill(QMessageBox& box, QMessageBox::Icon icon, const QString& title, const 
     box.setIcon(icon);
     box.setWindowTitle(title);
     box.setTextFormat(Qt::PlainText);
-    box.setText(text);
+    box.setText(shortened(text));
 }
 
 } // namespace

@@ -7,8 +7,8 @@ class QWidget;
 
 namespace pivex {
 
-/// Shows a warning box with an OK button. Here and below every text is shown as it stands, never
-/// as markup.
+/// Shows a warning box with an OK button. Here and below every text is shown as it stands but
+/// for the rest of overlong lines, never as markup.
 void warn(QWidget* parent, const QString& title, const QString& text);
 
 /// Asks with a box of the given icon and standard buttons; gives the button pressed, or
