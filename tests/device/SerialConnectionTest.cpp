@@ -147,7 +147,9 @@ private Q_SLOTS:
         QCOMPARE(wire.query(Command::ChipCount, Response::Any, {}), (Bytes{0xB9, 1, 1}));
         QCOMPARE(wire.ask(Command::ChipCount, Response::ChipName), "Unexpected PCB response: 185");
         Bytes sent;
-        wire.line.read(sent);
+        while (sent.size() < wanted.size() && wire.line.wait(5s) == LineEvent::Input) {
+            wire.line.read(sent);
+        }
         QCOMPARE(sent, wanted);
     }
 
