@@ -316,7 +316,8 @@ QString SettingsWindow::currentFontText() const {
     if (!offers(slot)) {
         return u"Current slot: %1 (no saved font)"_s.arg(slot);
     }
-    return u"Current: "_s + QString::fromStdString(fontSlots[static_cast<std::size_t>(slot)].name);
+    const FontSlot& font = fontSlots[static_cast<std::size_t>(slot)];
+    return u"Current: "_s + oneLine(QString::fromStdString(font.name));
 }
 
 void SettingsWindow::controls() {
