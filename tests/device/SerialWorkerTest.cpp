@@ -275,6 +275,7 @@ load-image:3 | $image FF0F0000 | e70300,e803000000 | ... ! no answer
 load-image:3 | $image 06000000, EA 0000 | * | ... $part
 load-image:3 | $image 06000000, EA 0000 01, EA 0000 0102 | * | ... $part
 load-image:3 | $image 06000000, EA 0000 01020304050607 | * | ... $part
+list-fonts | E1 01 | de00 | ! Invalid font slot response.
 list-fonts | E2 00x39 | de00 | ! Invalid font metadata response.
 settings:00 | E5 00x13 | e400 | ... Pivex returned an invalid settings response.
 )";
