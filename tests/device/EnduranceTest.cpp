@@ -4,9 +4,12 @@
 
 #include <QtTest/QtTest>
 
+#include <climits>
 #include <fstream>
 #include <iostream>
 #include <map>
+#include <numeric>
+#include <optional>
 #include <random>
 
 #include <malloc.h>
