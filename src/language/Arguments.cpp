@@ -39,20 +39,6 @@ const NumberForm& formOf(std::string_view word) {
     return decimalForm;
 }
 
-std::optional<Value> numberIn(std::string_view word) {
-    const NumberForm& form = formOf(word);
-    word.remove_prefix(form.prefix.size());
-    if (word.starts_with('+')) {
-        word.remove_prefix(1);
-    }
-    const auto number = parseDigits(word, form.base, form.limit);
-    if (!number) {
-        return std::nullopt;
-    }
-    const auto value = static_cast<std::uint32_t>(*number);
-    return Value{form.isRegister ? registerBit + value : value, form.isRegister};
-}
-
 bool isLetterOrUnderscore(char c) {
     return (c >= 'A' && c <= 'Z') || c == '_';
 }
@@ -77,11 +63,18 @@ Value valueOf(std::string_view word, const DimTable& dims, std::uint32_t line) {
             return known->second;
         }
     }
-    if (const auto number = numberIn(word)) {
-        return *number;
+    const NumberForm& form = formOf(word);
+    std::string_view digits = word.substr(form.prefix.size());
+    if (digits.starts_with('+')) {
+        digits.remove_prefix(1);
     }
-    fail(line, "Invalid value '" + std::string(word) +
-                   "'. Use UInt32 decimal/hex/binary, #R0..#R31, or a DIM name.");
+    const auto number = parseDigits(digits, form.base, form.limit);
+    if (!number) {
+        fail(line, "Invalid value '" + std::string(word) +
+                       "'. Use UInt32 decimal/hex/binary, #R0..#R31, or a DIM name.");
+    }
+    const auto value = static_cast<std::uint32_t>(*number);
+    return {form.isRegister ? registerBit + value : value, form.isRegister};
 }
 
 Value argumentValue(std::string_view word, const DimTable& dims, Arg kind, std::uint32_t line) {

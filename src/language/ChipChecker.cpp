@@ -55,7 +55,7 @@ private:
 
     void define(const Statement& statement) {
         if (statement.kind == StatementKind::dim) {
-            attempt([&] { defineDim(statement.line, dims); });
+            attempt([&] { defineDim(*statement.source, dims); });
         } else if (statement.name() == "FUNC" && statement.arguments().size() == 1) {
             // Nothing is encoded here, so the functions need no numbers.
             attempt([&] { defineFunction(statement, 0, functions); });
@@ -67,7 +67,7 @@ private:
         case StatementKind::dim:
             return;
         case StatementKind::unknown:
-            note(statement.line.line, "Unknown opcode '" + std::string(statement.name()) + "'.");
+            note(statement.line(), "Unknown opcode '" + std::string(statement.name()) + "'.");
             return;
         case StatementKind::raw:
             checkRaw(statement);
@@ -81,10 +81,10 @@ private:
     void checkRaw(const Statement& statement) {
         const auto words = statement.arguments();
         if (words.size() > maxArguments) {
-            note(statement.line.line, "Raw opcodes accept at most three arguments.");
+            note(statement.line(), "Raw opcodes accept at most three arguments.");
         }
         for (std::size_t index = 0; index < std::min(words.size(), maxArguments); ++index) {
-            attempt([&] { valueOf(words[index], dims, statement.line.line); }, index + 1);
+            attempt([&] { valueOf(words[index], dims, statement.line()); }, index + 1);
         }
     }
 
@@ -92,8 +92,8 @@ private:
         attempt([&] { blocks.follow(statement); });
         const std::size_t expected = statement.definition->args.size();
         if (statement.arguments().size() != expected) {
-            note(statement.line.line, std::string(statement.name()) + " expects " +
-                                          std::to_string(expected) + " argument(s).");
+            note(statement.line(), std::string(statement.name()) + " expects " +
+                                       std::to_string(expected) + " argument(s).");
         } else if (statement.name() == "CALL") {
             attempt([&] { calledFunction(statement, functions); });
         } else if (statement.name() != "FUNC") {
@@ -106,7 +106,7 @@ private:
         for (std::size_t index = 0; index < words.size(); ++index) {
             const auto check = [&] {
                 argumentWord(*statement.definition, index, words[index], dims, pins,
-                             statement.line.line);
+                             statement.line());
             };
             attempt(check, index + 1);
         }

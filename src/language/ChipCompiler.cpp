@@ -22,11 +22,11 @@ void gatherInstructions(const std::vector<Statement>& statements, Program& progr
     program.instructions.reserve(statements.size());
     for (const Statement& statement : statements) {
         if (statement.kind == StatementKind::dim) {
-            defineDim(statement.line, program.dims);
+            defineDim(*statement.source, program.dims);
         } else if (statement.isInstruction()) {
             program.instructions.push_back(statement);
         } else {
-            fail(statement.line.line, "Unknown opcode '" + std::string(statement.name()) + "'.");
+            fail(statement.line(), "Unknown opcode '" + std::string(statement.name()) + "'.");
         }
     }
     if (program.instructions.empty()) {
@@ -42,7 +42,7 @@ void gatherFunctions(Program& program) {
             continue;
         }
         if (instruction.arguments().size() != 1) {
-            fail(instruction.line.line, "FUNC requires exactly one function name.");
+            fail(instruction.line(), "FUNC requires exactly one function name.");
         }
         defineFunction(instruction, number, program.functions);
     }
@@ -52,9 +52,9 @@ void checkArgumentCount(const Statement& instruction) {
     const std::size_t expected = instruction.definition->args.size();
     const std::size_t found = instruction.arguments().size();
     if (found != expected) {
-        fail(instruction.line.line, std::string(instruction.name()) + " expects " +
-                                        std::to_string(expected) + " argument(s), found " +
-                                        std::to_string(found) + ".");
+        fail(instruction.line(), std::string(instruction.name()) + " expects " +
+                                     std::to_string(expected) + " argument(s), found " +
+                                     std::to_string(found) + ".");
     }
 }
 
@@ -93,11 +93,11 @@ private:
 
     void putRawArguments(const Statement& instruction, Encoded& encoded) const {
         if (instruction.arguments().size() > maxArguments) {
-            fail(instruction.line.line, "Raw opcodes accept at most three arguments.");
+            fail(instruction.line(), "Raw opcodes accept at most three arguments.");
         }
         std::size_t at = 4;
         for (const std::string_view word : instruction.arguments()) {
-            putU32(encoded, at, valueOf(word, program.dims, instruction.line.line).value);
+            putU32(encoded, at, valueOf(word, program.dims, instruction.line()).value);
             at += 4;
         }
     }
@@ -115,7 +115,7 @@ private:
         for (const std::string_view word : instruction.arguments()) {
             putU32(encoded, 4 + 4 * index,
                    argumentWord(*instruction.definition, index, word, program.dims, pins,
-                                instruction.line.line));
+                                instruction.line()));
             ++index;
         }
     }

@@ -2,7 +2,6 @@
 #include "language/Statements.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 
 namespace pivex {
@@ -25,6 +24,14 @@ std::vector<std::int32_t> faultyLines(const std::vector<CodeDiagnostic>& diagnos
     return lines;
 }
 
+/// Sets `text` to `number` in decimal, without a copy that would wait for the digits.
+void setNumber(std::string& text, std::uint32_t number) {
+    constexpr std::size_t mostDigits = 10;
+    text.resize(mostDigits);
+    const char* const end = std::to_chars(text.data(), text.data() + mostDigits, number).ptr;
+    text.resize(static_cast<std::size_t>(end - text.data()));
+}
+
 void fillGutter(std::span<const Statement> statements, std::span<const std::int32_t> faulty,
                 std::vector<GutterLine>& gutter) {
     std::uint32_t number = 0;
@@ -32,14 +39,12 @@ void fillGutter(std::span<const Statement> statements, std::span<const std::int3
         if (statement.kind == StatementKind::dim) {
             continue;
         }
-        GutterLine& entry = gutter[statement.line.line - 1];
+        GutterLine& entry = gutter[statement.line() - 1];
         if (statement.isInstruction()) {
-            std::array<char, 10> digits;
-            const auto end = std::to_chars(digits.begin(), digits.end(), ++number).ptr;
-            entry.text.assign(digits.begin(), end);
+            setNumber(entry.text, ++number);
         }
         entry.hasError =
-            std::ranges::binary_search(faulty, static_cast<std::int32_t>(statement.line.line));
+            std::ranges::binary_search(faulty, static_cast<std::int32_t>(statement.line()));
     }
 }
 

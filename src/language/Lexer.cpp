@@ -13,58 +13,70 @@ namespace {
 /// What a byte outside comments means for the words of a line.
 enum class ByteKind : std::uint8_t { word, blank, lineBreak, slash };
 
-constexpr auto byteKinds = [] {
-    std::array<ByteKind, 256> kinds{};
-    for (const char blank : {' ', '\t', '\v', '\f'}) {
-        kinds[static_cast<unsigned char>(blank)] = ByteKind::blank;
+/// The kind of a byte and how a word holds it.
+struct ByteMeaning {
+    ByteKind kind = ByteKind::word;
+    char upper = '\0';
+};
+
+constexpr auto byteMeanings = [] {
+    std::array<ByteMeaning, 256> meanings{};
+    for (std::size_t byte = 0; byte < meanings.size(); ++byte) {
+        meanings[byte].upper = asciiUpper(static_cast<char>(byte));
     }
-    kinds['\n'] = kinds['\r'] = ByteKind::lineBreak;
-    kinds['/'] = ByteKind::slash;
-    return kinds;
+    for (const char blank : {' ', '\t', '\v', '\f'}) {
+        meanings[static_cast<unsigned char>(blank)].kind = ByteKind::blank;
+    }
+    meanings['\n'].kind = meanings['\r'].kind = ByteKind::lineBreak;
+    meanings['/'].kind = ByteKind::slash;
+    return meanings;
 }();
 
-ByteKind kindOf(char c) {
-    return byteKinds[static_cast<unsigned char>(c)];
+ByteMeaning meaningOf(char c) {
+    return byteMeanings[static_cast<unsigned char>(c)];
 }
 
 bool isBreak(char c) {
     return c == '\n' || c == '\r';
 }
 
-/// One pass over a text. The characters of the words are collected side by side in one buffer as
-/// large as the text, so that pieces around a block comment join and no word needs its own memory.
+/// One pass over a copy of a text. Its words become upper case and stay where they stand, so that
+/// none needs its own memory; only a word that a block comment parts is moved together.
 class Tokenizer {
 public:
     explicit Tokenizer(std::string_view text)
-        : at(text.data()),
-          end(at + text.size()),
-          characters(std::make_unique_for_overwrite<char[]>(text.size())),
+        : characters(std::make_unique_for_overwrite<char[]>(text.size() + 1)),
           wordStart(characters.get()),
-          wordEnd(wordStart) {
+          at(wordStart),
+          end(std::ranges::copy(text, at).out) {
+        // A word or a run of blanks ends here at the latest, so their loops need not look for it.
+        *end = '\n';
         // The lines refer to the words while more of them come, so these must not move.
         words.reserve(text.size() / 2 + 1);
+        lines.reserve(text.size() / 16);
     }
 
     LineList run() {
-        while (at != end) {
-            step();
+        for (takeWordBytes(); at != end; takeWordBytes()) {
+            takeOther();
         }
         endLine();
         return {std::move(lines), std::move(words), std::move(characters), line};
     }
 
 private:
-    void step() {
-        switch (kindOf(*at)) {
+    void takeOther() {
+        switch (meaningOf(*at).kind) {
         case ByteKind::word:
-            takeWordBytes();
             return;
         case ByteKind::blank:
             endWord();
-            ++at;
+            skipBlanks();
             return;
         case ByteKind::lineBreak:
-            takeBreak();
+            endLine();
+            skipTo(at + (*at == '\r' && nextIs('\n') ? 2 : 1));
+            ++line;
             return;
         case ByteKind::slash:
             takeSlash();
@@ -73,72 +85,75 @@ private:
     }
 
     void takeWordBytes() {
-        // Locals, because a store through a char pointer makes the compiler reload every member.
-        const char* from = at;
-        char* to = wordEnd;
+        // A local, because a store through a char pointer makes the compiler reload every member.
+        char* to = at;
+        for (ByteMeaning byte = meaningOf(*to); byte.kind == ByteKind::word;
+             byte = meaningOf(*++to)) {
+            *to = byte.upper;
+        }
+        at = to;
+    }
+
+    void skipBlanks() {
+        char* to = at;
         do {
-            *to++ = asciiUpper(*from++);
-        } while (from != end && kindOf(*from) == ByteKind::word);
-        at = from;
-        wordEnd = to;
+            ++to;
+        } while (meaningOf(*to).kind == ByteKind::blank);
+        skipTo(to);
     }
 
     void takeSlash() {
         if (nextIs('*')) {
             skipBlockComment();
         } else if (nextIs('/')) {
-            at = std::find_if(at, end, isBreak);
+            endWord();
+            skipTo(std::find_if(at, end, isBreak));
         } else {
-            *wordEnd++ = *at++;
+            ++at;
         }
     }
 
     bool nextIs(char c) const { return end - at > 1 && at[1] == c; }
 
-    void takeBreak() {
-        at += *at == '\r' && nextIs('\n') ? 2 : 1;
-        endLine();
-        ++line;
-    }
+    void skipTo(char* place) { wordStart = at = place; }
 
     void skipBlockComment() {
-        const std::uint32_t firstLine = line;
-        at += 2;
-        while (at != end) {
-            if (*at == '*' && nextIs('/')) {
-                at += 2;
-                return;
-            }
-            if (isBreak(*at)) {
-                takeBreak();
-            } else {
-                ++at;
-            }
+        const std::string_view rest(at, end);
+        const std::size_t close = rest.find("*/", 2);
+        if (close == std::string_view::npos) {
+            fail(line, "Unterminated block comment.");
         }
-        fail(firstLine, "Unterminated block comment.");
+        const std::string_view comment = rest.substr(0, close + 2);
+        if (const std::size_t breaks = sourceLineCount(comment) - 1; breaks > 0) {
+            endLine();
+            line += static_cast<std::uint32_t>(breaks);
+        }
+        wordStart = std::copy_backward(wordStart, at, at + comment.size());
+        at += comment.size();
     }
 
     void endWord() {
-        if (wordEnd != wordStart) {
-            words.emplace_back(wordStart, static_cast<std::size_t>(wordEnd - wordStart));
-            wordStart = wordEnd;
+        if (wordStart != at) {
+            words.emplace_back(wordStart, at);
+            wordStart = at;
         }
     }
 
     void endLine() {
         endWord();
         if (words.size() > wordsBefore) {
-            lines.push_back({line, std::span(words).subspan(wordsBefore)});
+            Line& added = lines.emplace_back();
+            added.line = line;
+            added.tokens = std::span(words).subspan(wordsBefore);
             wordsBefore = words.size();
         }
     }
 
-    const char* at;
-    const char* end;
-    std::uint32_t line = 1;
     std::unique_ptr<char[]> characters;
-    char* wordStart;
-    char* wordEnd;
+    char* wordStart; ///< the current word reaches from here to `at`
+    char* at;
+    char* end;
+    std::uint32_t line = 1;
     std::vector<std::string_view> words;
     std::size_t wordsBefore = 0; ///< number of words on the lines before the current one
     std::vector<Line> lines;
@@ -146,8 +161,8 @@ private:
 
 } // namespace
 
-void fail(std::uint32_t line, std::string message) {
-    throw Error{static_cast<std::int32_t>(line), std::move(message)};
+void fail(std::uint32_t line, std::string_view message) {
+    throw Error{static_cast<std::int32_t>(line), std::string(message)};
 }
 
 LineList::LineList(std::vector<Line> lineTable, std::vector<std::string_view> wordTable,

@@ -17,7 +17,7 @@ struct Error {
 };
 
 /// Throws the `Error` for `line`.
-[[noreturn]] void fail(std::uint32_t line, std::string message);
+[[noreturn]] void fail(std::uint32_t line, std::string_view message);
 
 /// One source line that has words: its 1-based number and its words in upper case. The first is
 /// the instruction, the others are its arguments.

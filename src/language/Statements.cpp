@@ -6,18 +6,20 @@ namespace pivex {
 
 namespace {
 
-Statement statementOf(const Line& line) {
-    const std::string_view word = line.tokens.front();
+/// Sets what the first word of the line makes of it. A record that is copied right after its
+/// fields were written one by one makes the processor wait, so this one is written in its place.
+void classify(Statement& statement) {
+    const std::string_view word = statement.name();
     if (const Definition* definition = definitionNamed(word)) {
-        return {line, StatementKind::named, definition, definition->opcode};
+        statement.kind = StatementKind::named;
+        statement.definition = definition;
+        statement.opcode = definition->opcode;
+    } else if (word == "DIM") {
+        statement.kind = StatementKind::dim;
+    } else if (const auto opcode = rawOpcode(word)) {
+        statement.kind = StatementKind::raw;
+        statement.opcode = *opcode;
     }
-    if (word == "DIM") {
-        return {.line = line, .kind = StatementKind::dim};
-    }
-    if (const auto opcode = rawOpcode(word)) {
-        return {line, StatementKind::raw, nullptr, *opcode};
-    }
-    return {.line = line};
 }
 
 bool isAscii(std::string_view text) {
@@ -27,21 +29,26 @@ bool isAscii(std::string_view text) {
 } // namespace
 
 std::vector<Statement> statementsOf(const LineList& lines) {
-    std::vector<Statement> statements(lines.size());
-    std::ranges::transform(lines, statements.begin(), statementOf);
+    std::vector<Statement> statements;
+    statements.reserve(lines.size());
+    for (const Line& line : lines) {
+        Statement& statement = statements.emplace_back();
+        statement.source = &line;
+        classify(statement);
+    }
     return statements;
 }
 
 void defineFunction(const Statement& func, std::uint32_t number, FunctionTable& functions) {
     const std::string_view name = func.arguments().front();
     if (name.size() > functionNameSize) {
-        fail(func.line.line, "Function names are limited to 12 bytes.");
+        fail(func.line(), "Function names are limited to 12 bytes.");
     }
     if (!isAscii(name)) {
-        fail(func.line.line, "Function names must be ASCII.");
+        fail(func.line(), "Function names must be ASCII.");
     }
     if (!functions.emplace(name, number).second) {
-        fail(func.line.line, "Duplicate function '" + std::string(name) + "'.");
+        fail(func.line(), "Duplicate function '" + std::string(name) + "'.");
     }
 }
 
@@ -49,20 +56,20 @@ std::uint32_t calledFunction(const Statement& call, const FunctionTable& functio
     const std::string_view name = call.arguments().front();
     const auto found = functions.find(name);
     if (found == functions.end()) {
-        fail(call.line.line, "Undefined function '" + std::string(name) + "'.");
+        fail(call.line(), "Undefined function '" + std::string(name) + "'.");
     }
     return found->second;
 }
 
 void BlockStack::follow(const Statement& statement) {
     if (const BlockPair* opened = blockOpenedBy(*statement.definition)) {
-        blocks.push_back({opened, statement.line.line});
+        blocks.push_back({opened, statement.line()});
         if (opened->opener == "FUNC" && blocks.size() > 1) {
-            fail(statement.line.line, "FUNC cannot be nested inside another block.");
+            fail(statement.line(), "FUNC cannot be nested inside another block.");
         }
     } else if (const BlockPair* closed = blockClosedBy(*statement.definition)) {
         if (blocks.empty() || blocks.back().pair != closed) {
-            fail(statement.line.line, "Unmatched " + std::string(closed->closer) + ".");
+            fail(statement.line(), "Unmatched " + std::string(closed->closer) + ".");
         }
         blocks.pop_back();
     }

@@ -24,21 +24,24 @@ enum class StatementKind : std::uint8_t {
 
 /// A line together with the meaning of its first word.
 struct Statement {
-    Line line;
-    StatementKind kind = StatementKind::unknown;
+    const Line* source = nullptr;
     const Definition* definition = nullptr; ///< set for `named` only
     std::uint32_t opcode = 0;               ///< of a `named` or `raw` instruction
+    StatementKind kind = StatementKind::unknown;
 
     /// Whether the compiler makes bytes of it.
     bool isInstruction() const {
         return kind == StatementKind::named || kind == StatementKind::raw;
     }
 
+    /// The number of the source line.
+    std::uint32_t line() const { return source->line; }
+
     /// The first word.
-    std::string_view name() const { return line.tokens.front(); }
+    std::string_view name() const { return source->tokens.front(); }
 
     /// The words after the first.
-    std::span<const std::string_view> arguments() const { return line.tokens.subspan(1); }
+    std::span<const std::string_view> arguments() const { return source->tokens.subspan(1); }
 };
 
 /// The statements of a program, one per line with words. They refer to `lines`.
