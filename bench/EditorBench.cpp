@@ -1,10 +1,9 @@
 // Prints how long the code editor takes from a key to the finished repaint and for loading a
 // program, beside a bare editor with the same text, font and size. Runs on any Qt platform.
 //
-// A bare editor repaints only the line that a key changes, while the toolkit repaints all visible
-// lines of an editor with a highlighter. So a key is measured twice: with all visible lines
-// repainted by both editors, and with what the toolkit repaints by itself in each. The processor
-// time beside the elapsed time is that of the program's main thread alone.
+// Both editors repaint only the line that a key changes. So a key is measured twice: with all
+// visible lines repainted by both, as after a Return, and with that line alone. The processor time
+// beside the elapsed time is that of the program's main thread alone.
 
 #include "app/CodeEditor.h"
 #include "app/Highlighter.h"
@@ -185,7 +184,7 @@ void compareTyping(const char* what, const QString& text) {
     std::printf("%s\n", what);
     compare("  all visible lines repainted by both", type(*code, Repaint::whole),
             type(*bare, Repaint::whole));
-    compare("  what the toolkit repaints by itself", times, type(*bare, Repaint::changed));
+    compare("  the changed line repainted by both", times, type(*bare, Repaint::changed));
     code->mapped = 0;
     for (int i = 0; i < keystrokes; ++i) {
         press(*code, Repaint::changed, Qt::Key_Return, u"\r"_s);

@@ -1,11 +1,15 @@
 #include "app/CodeEditor.h"
 
+#include <QGlyphRun>
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QPainter>
+#include <QPlainTextDocumentLayout>
+#include <QRawFont>
 #include <QTextBlock>
 
 #include <algorithm>
+#include <utility>
 
 namespace pivex {
 
@@ -17,6 +21,92 @@ constexpr QColor gutterBackground(0x18, 0x1E, 0x21);
 constexpr QColor gutterBorder(0x3A, 0x44, 0x48);
 constexpr QColor gutterDot(0xFF, 0x5C, 0x5C);
 constexpr QColor gutterNumber(0x7E, 0x8B, 0x91);
+
+/// Repaints only the lines that a change touches. The toolkit's own layout counts as many
+/// characters behind the change as were removed, and a highlighter reports a changed line as
+/// replaced by itself, so that every key would repaint all lines.
+class CodeLayout : public QPlainTextDocumentLayout {
+public:
+    using QPlainTextDocumentLayout::QPlainTextDocumentLayout;
+
+protected:
+    void documentChanged(int from, int charsRemoved, int charsAdded) override {
+        constexpr int fewCharacters = 1000;
+        const int count = document()->blockCount();
+        if (std::exchange(lineCount, count) != count || charsAdded > fewCharacters) {
+            QPlainTextDocumentLayout::documentChanged(from, charsRemoved, charsAdded);
+            return;
+        }
+        const int end = from + std::max(charsAdded, 1);
+        for (QTextBlock block = document()->findBlock(from);
+             block.isValid() && block.position() < end; block = block.next()) {
+            QPlainTextDocumentLayout::documentChanged(block.position(), 0, 1);
+        }
+    }
+
+private:
+    int lineCount = 1;
+};
+
+QTextDocument* makeDocument(QObject* parent) {
+    auto* document = new QTextDocument(parent);
+    document->setDocumentLayout(new CodeLayout(document));
+    return document;
+}
+
+/// What `toPlainText` makes of a unit of a document's raw text.
+QChar plainUnit(QChar raw) {
+    switch (raw.unicode()) {
+    case 0xFDD0:
+    case 0xFDD1:
+    case QChar::ParagraphSeparator:
+    case QChar::LineSeparator:
+        return u'\n';
+    case QChar::Nbsp:
+        return u' ';
+    default:
+        return raw;
+    }
+}
+
+/// Numbers to be drawn in one font. Digits need no shaping to become glyphs, and one call draws
+/// them all.
+class NumberRun {
+public:
+    explicit NumberRun(const QFont& font)
+        : rawFont(QRawFont::fromFont(font)),
+          digitGlyphs(rawFont.glyphIndexesForString(u"0123456789"_s)),
+          digitWidths(rawFont.advancesForGlyphIndexes(digitGlyphs)) {}
+
+    /// Adds a number that ends at `right`.
+    void add(std::string_view number, int right, int baseline) {
+        qreal width = 0;
+        for (const char digit : number) {
+            width += digitWidths.value(digit - '0').x();
+        }
+        QPointF place(right - qRound(width), baseline);
+        for (const char digit : number) {
+            glyphs.append(digitGlyphs.value(digit - '0'));
+            places.append(place);
+            place.rx() += digitWidths.value(digit - '0').x();
+        }
+    }
+
+    void draw(QPainter& painter) const {
+        QGlyphRun run;
+        run.setRawFont(rawFont);
+        run.setGlyphIndexes(glyphs);
+        run.setPositions(places);
+        painter.drawGlyphRun({}, run);
+    }
+
+private:
+    QRawFont rawFont;
+    QList<quint32> digitGlyphs;
+    QList<QPointF> digitWidths;
+    QList<quint32> glyphs;
+    QList<QPointF> places;
+};
 
 } // namespace
 
@@ -32,11 +122,12 @@ void LineNumberArea::paintEvent(QPaintEvent* event) {
 }
 
 CodeEditor::CodeEditor(QWidget* parent) : QPlainTextEdit(parent), gutter(new LineNumberArea(this)) {
+    setDocument(makeDocument(this));
     // The document tells of a change before it lays it out, so no handler sees an old mapping.
     connect(document(), &QTextDocument::contentsChange, this, [this] { mapping.reset(); });
     connect(this, &QPlainTextEdit::blockCountChanged, this, &CodeEditor::applyGutterWidth);
     connect(this, &QPlainTextEdit::updateRequest, this, &CodeEditor::followUpdate);
-    connect(this, &QPlainTextEdit::textChanged, gutter, qOverload<>(&QWidget::update));
+    connect(this, &QPlainTextEdit::textChanged, this, &CodeEditor::applyGutterWidth);
     applyGutterWidth();
 }
 
@@ -59,10 +150,11 @@ int CodeEditor::numberAreaWidth() const {
 std::vector<GutterLine> CodeEditor::mapLines() const {
     // This gives what toPlainText() gives in a fraction of its time, and every keystroke needs it.
     QString text = document()->toRawText();
-    for (const char16_t separator : {u'\x2029', u'\x2028', u'\xFDD0', u'\xFDD1'}) {
-        text.replace(QChar(separator), u'\n');
+    for (QChar& unit : text) {
+        if (unit.unicode() >= 0x80) {
+            unit = plainUnit(unit);
+        }
     }
-    text.replace(QChar::Nbsp, u' ');
     const QByteArray code = text.toUtf8();
     return instructionGutter({code.constData(), static_cast<std::size_t>(code.size())}, pinCount);
 }
@@ -98,33 +190,27 @@ void CodeEditor::paintNumbers(const QPaintEvent* event) {
     painter.drawLine(gutter->width() - 1, area.top(), gutter->width() - 1, area.bottom());
 
     const std::vector<GutterLine>& lines = gutterLines();
+    const int ascent = painter.fontMetrics().ascent();
+    NumberRun numbers(painter.font());
+    painter.setPen(gutterDot);
     QTextBlock block = firstVisibleBlock();
     auto number = static_cast<std::size_t>(block.blockNumber());
     int top = qRound(blockBoundingGeometry(block).translated(contentOffset()).top());
     while (block.isValid() && top <= area.bottom()) {
         const int bottom = top + qRound(blockBoundingRect(block).height());
         if (block.isVisible() && bottom >= area.top() && number < lines.size()) {
-            paintLine(painter, lines[number], top);
+            if (lines[number].hasError) {
+                painter.drawText(3, top + ascent, u"\u2022"_s);
+            }
+            numbers.add(lines[number].text, gutter->width() - 7, top + ascent);
         }
         block = block.next();
         top = bottom;
         ++number;
     }
+    painter.setPen(gutterNumber);
+    numbers.draw(painter);
     mapping.reset();
-}
-
-void CodeEditor::paintLine(QPainter& painter, const GutterLine& line, int top) const {
-    const QFontMetrics metrics = painter.fontMetrics();
-    const int baseline = top + metrics.ascent();
-    if (line.hasError) {
-        painter.setPen(gutterDot);
-        painter.drawText(3, baseline, u"\u2022"_s);
-    }
-    if (!line.text.empty()) {
-        const QString number = QString::fromStdString(line.text);
-        painter.setPen(gutterNumber);
-        painter.drawText(gutter->width() - 7 - metrics.horizontalAdvance(number), baseline, number);
-    }
 }
 
 void CodeEditor::resizeEvent(QResizeEvent* event) {

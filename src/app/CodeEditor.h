@@ -63,7 +63,6 @@ private:
     const std::vector<GutterLine>& gutterLines() const;
     void applyGutterWidth();
     void followUpdate(const QRect& rect, int scroll);
-    void paintLine(QPainter& painter, const GutterLine& line, int top) const;
 };
 
 } // namespace pivex
