@@ -1,5 +1,4 @@
 #include "app/CodeEditor.h"
-
 #include "app/Highlighter.h"
 #include "support/TextCases.h"
 
@@ -19,6 +18,21 @@ protected:
     std::vector<GutterLine> mapLines() const override {
         ++mapped;
         return CodeEditor::mapLines();
+    }
+};
+
+/// What a widget repaints.
+class PaintLog : public QObject {
+public:
+    QRect painted;
+
+    explicit PaintLog(QWidget& widget) { widget.installEventFilter(this); }
+
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::Paint) {
+            painted |= static_cast<QPaintEvent*>(event)->rect();
+        }
+        return false;
     }
 };
 
@@ -91,6 +105,11 @@ private Q_SLOTS:
         editor.setPlainText(u"GOSTRT\n"_s.repeated(10));
         QCOMPARE(gutterOf(editor).size(), QSize(width(2), inside.height()));
         QCOMPARE(editor.viewport()->x(), gutterOf(editor).geometry().right() + 1);
+        editor.moveCursor(QTextCursor::Start);
+        QTest::keyClicks(&editor, u"//"_s);
+        QCOMPARE(gutterOf(editor).width(), width(1));
+        editor.undo();
+        QCOMPARE(gutterOf(editor).width(), width(2));
     }
 
     void gutterShowsNumbersAndDots() {
@@ -125,6 +144,24 @@ private Q_SLOTS:
             QCoreApplication::processEvents();
             QCOMPARE(editor.mapped, 1);
         }
+    }
+
+    void aKeyRepaintsItsLine() {
+        CodeEditor editor;
+        new Highlighter(editor.document());
+        show(editor, u"SETPIN 1 #R5\n"_s.repeated(98));
+        const int lineHeight = editor.cursorRect().height();
+        PaintLog log(*editor.viewport());
+        for (const Qt::Key key : {Qt::Key_End, Qt::Key_A, Qt::Key_Backspace, Qt::Key_Z}) {
+            QCoreApplication::processEvents();
+            log.painted = {};
+            QTest::keyClick(&editor, key);
+            QCoreApplication::processEvents();
+            QVERIFY(log.painted.height() < 3 * lineHeight);
+        }
+        QTest::keyClicks(&editor, u"/*"_s);
+        QCoreApplication::processEvents();
+        QCOMPARE(log.painted, editor.viewport()->rect());
     }
 
     void aLineIsAlwaysABlock() {
