@@ -3,30 +3,55 @@
 
 using namespace pivex;
 using namespace pivex::testing;
-using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// A child of each tool window that no other window has.
-constexpr auto fonts = "glyphEditor";
-constexpr auto images = "editCanvas";
-constexpr auto settings = "fontBox";
+BoardModel boardWithAnImage() {
+    BoardModel model;
+    model.storage.images[1] = {.name = "Logo", .width = 2, .height = 1, .rle = {2, 255, 255}};
+    return model;
+}
 
-/// The open tool window that holds a child of this name; null when it is not open.
-QWidget* toolWindow(const ChipWindowBench& bench, const char* child) {
-    for (const QWidget* widget : bench.window.findChildren<QWidget*>(QLatin1StringView(child))) {
-        if (widget->window() != &bench.window && widget->window()->isVisible()) {
-            return widget->window();
-        }
+/// A window over a board with an image. What its tool windows say is seen, and in which order the
+/// board is asked for what.
+struct Scene : ConnectedBench {
+    Scene() : ConnectedBench(boardWithAnImage()) {
+        verbs.merge(Verbs{
+            {u"fonts"_s, [this](auto&) { window.openFonts(); }},
+            {u"images"_s, [this](auto&) { window.openImages(); }},
+            {u"settings"_s, [this](auto&) { window.openSettings(); }},
+            {u"press"_s,
+             [this](auto& words) { child(*tool(words[0]), words[1].toLatin1()).click(); }},
+            {u"end"_s, [this](auto& words) { tool(words[0])->close(); }},
+            {u"shrink"_s, [this](auto& words) { tool(words[0])->showMinimized(); }},
+        });
+        views.push_back({"fonts ", [this] { return said(u"glyphEditor"_s); }});
+        views.push_back({"images ", [this] { return said(u"editCanvas"_s); }});
+        views.push_back({"settings ", [this] { return said(u"fontBox"_s); }});
     }
-    return nullptr;
-}
 
-/// Whether a label of the tool window reads `text`.
-bool shows(const ChipWindowBench& bench, const char* child, const QString& text) {
-    return std::ranges::any_of(toolWindow(bench, child)->findChildren<QLabel*>(),
-                               [&](const QLabel* label) { return label->text() == text; });
-}
+    /// The open tool window that holds a child of this name; null when it is not open.
+    QWidget* tool(const QString& content) const {
+        for (const QWidget* widget : window.findChildren<QWidget*>(content)) {
+            if (widget->window() != &window && widget->window()->isVisible()) {
+                return widget->window();
+            }
+        }
+        return nullptr;
+    }
+
+    /// The state, the status and the first image slot of a tool window.
+    QString said(const QString& content) const {
+        const QWidget* found = tool(content);
+        if (found == nullptr) {
+            return {};
+        }
+        const auto* slots = found->findChild<QListWidget*>(u"slotList"_s);
+        return (found->isMinimized() ? u"(small) "_s : QString()) +
+               child<QLabel>(*found, "statusLabel").text() +
+               (slots == nullptr ? QString() : u' ' + slots->item(0)->text());
+    }
+};
 
 /// The commands that the board received, repetitions counted once.
 std::vector<Command> commands(const BoardServer& board) {
@@ -34,12 +59,6 @@ std::vector<Command> commands(const BoardServer& board) {
     std::ranges::transform(board.requests(), std::back_inserter(seen), &BoardRequest::command);
     seen.erase(std::unique(seen.begin(), seen.end()), seen.end());
     return seen;
-}
-
-BoardModel boardWithAnImage() {
-    BoardModel model;
-    model.storage.images[1] = {.name = "Logo", .width = 2, .height = 1, .rle = {2, 255, 255}};
-    return model;
 }
 
 } // namespace
@@ -65,94 +84,65 @@ private Q_SLOTS:
         QVERIFY(bench.idle());
         // A port on the command line does not disturb a connection.
         carryOut({.port = u"other"_s}, bench.window);
-        QVERIFY(bench.enabled("sendButton"));
+        QVERIFY(bench.isEnabled("sendButton"));
     }
 
-    void raisesAWindowThatIsOpen() {
-        ConnectedBench bench;
-        bench.window.openFonts();
-        QVERIFY(!bench.enabled("sendButton"));
-        QVERIFY(bench.idle());
-        bench.board.clearRequests();
-        const QPointer<QWidget> first = toolWindow(bench, fonts);
-        first->showMinimized();
-        bench.window.openFonts();
-        QCOMPARE(toolWindow(bench, fonts), first.data());
-        QVERIFY(!first->isMinimized());
-        first->close();
-        bench.window.openFonts();
-        QVERIFY(toolWindow(bench, fonts) != nullptr && toolWindow(bench, fonts) != first);
-        QVERIFY(bench.idle());
-        QCOMPARE(bench.board.requests().size(), 6);
+    void readsWhatTheOpenWindowsShow() {
+        Scene().play(R"(
+            chip Sent => Sent: GOSTRT ENDTEST; no text
+            sendButton => talks; Send complete: Sent (32 code bytes). All packets acknowledged. Not
+                permanently saved; not run.; +V
+            start fonts => -RASVl; fonts No slot information read yet. Slot 0 Not read
+            wait => talks; Font slots refreshed.; +RASVl; fonts Font slots refreshed. Slot 0 Empty
+            shrink glyphEditor => fonts (small) Font slots refreshed. Slot 0 Empty
+            fonts => fonts Font slots refreshed. Slot 0 Empty
+            end glyphEditor => no fonts
+            fonts => talks; fonts Font slots refreshed. Slot 0 Empty
+            images => talks; Image slots refreshed.; images Image slots refreshed. 001 Logo
+            settings => talks; Pivex settings loaded.; settings Pivex settings loaded.
+            connectButton => Disconnected.; Not Connected; +p-RASVl; fonts Disconnected. Slot
+                contents not read. Slot 0 Not read; images Disconnected. Image slots not read. 001
+                [NOT READ]; settings Disconnected. Settings must be read again.
+            connect => talks; Pivex settings loaded.; Connected: Pivex PCB simulator; +RASl-p; fonts
+                Font slots refreshed. Slot 0 Empty; images Image slots refreshed. 001 Logo; settings
+                Pivex settings loaded.
+            sendButton => talks; Send complete: Sent (32 code bytes). All packets acknowledged. Not
+                permanently saved; not run.; +V
+            press editCanvas loadBoardButton => talks; Image loaded from PCB. Save As to keep a
+                local copy.; -V; images Image loaded from PCB. Save As to keep a local copy. 001
+                Logo
+            late =>
+            start press fontBox auxBox => -RASl; settings Updating Pivex settings…
+            connectButton | Yes => ? Storage operation in progress: Earlier saves remain and
+                the last write may complete even if you disconnect or close. Inspect the PCB list
+                before retrying. Interrupt this operation? [No]; Storage operation interrupted.
+                Earlier saves remain; the last write may have completed. Inspect the PCB list before
+                retrying.; Not Connected; +p; fonts Disconnected. Slot contents not read. Slot 0 Not
+                read; images Disconnected. Image slots not read. 001 [NOT READ]; settings
+                Disconnected. Settings must be read again.
+        )");
     }
 
-    void forgetsWhatTheLastBoardHeld() {
-        ConnectedBench bench(boardWithAnImage());
-        carryOut({.fonts = true, .images = true, .settings = true}, bench.window);
-        QVERIFY(bench.reports(u"Pivex settings loaded."_s));
-        auto& slots = child<QListWidget>(*toolWindow(bench, images), "slotList");
-        const auto isRead = [&] { return slots.item(0)->text().contains(u"Logo"_s); };
-        QVERIFY(isRead());
-        bench.click("connectButton");
-        QVERIFY(shows(bench, images, u"Disconnected. Image slots not read."_s));
-        QVERIFY(shows(bench, fonts, u"Disconnected. Slot contents not read."_s));
-        QVERIFY(shows(bench, settings, u"Disconnected. Settings must be read again."_s));
-        QVERIFY(!isRead());
-        QVERIFY(bench.connectTo(bench.board));
-        QVERIFY(bench.reports(u"Pivex settings loaded."_s));
-        QVERIFY(isRead());
-    }
-
-    void asksBeforeItStopsASettingsWrite() {
-        ConnectedBench bench;
-        bench.window.openSettings();
-        QVERIFY(bench.idle());
-        bench.spoil({.kind = FaultKind::Late, .delay = std::chrono::seconds(20)});
-        child(*toolWindow(bench, settings), "auxBox").click();
-        bench.click("connectButton", QMessageBox::Yes);
-        QVERIFY(bench.output().startsWith(u"Storage operation interrupted."_s));
-    }
-
-    void keepsASentTestSavableThroughReads() {
-        ConnectedBench bench(boardWithAnImage());
-        bench.name.setText(u"Sent"_s);
-        bench.code.setPlainText(u"ENDTEST"_s);
-        QVERIFY(bench.runs("sendButton"));
-        for (const auto open :
-             {&ChipWindow::openFonts, &ChipWindow::openSettings, &ChipWindow::openImages}) {
-            (bench.window.*open)();
-            QVERIFY(bench.idle());
-        }
-        QVERIFY(bench.enabled("saveButton"));
-        child(*toolWindow(bench, images), "loadBoardButton").click();
-        QVERIFY(bench.idle());
-        QVERIFY(!bench.enabled("saveButton"));
-    }
-
-    void finishesAnOperationWhoseWindowWasClosed() {
-        ConnectedBench bench;
-        for (const auto& [open, child] :
-             {std::pair(&ChipWindow::openFonts, fonts), std::pair(&ChipWindow::openImages, images),
-              std::pair(&ChipWindow::openSettings, settings)}) {
-            (bench.window.*open)();
-            toolWindow(bench, child)->close();
-            QVERIFY(bench.idle());
-        }
+    void finishesWhatAClosedWindowBegan() {
+        Scene().play(R"(
+            start fonts => -RASl; fonts No slot information read yet. Slot 0 Not read
+            end glyphEditor => talks; Font slots refreshed.; +RASl; no fonts
+            start images => -RASl; images No image slots read yet. 001 [NOT READ]
+            end editCanvas => talks; Image slots refreshed.; +RASl; no images
+            start settings => -RASl; settings Connect to Pivex to load settings.
+            end fontBox => talks; Pivex settings loaded.; +RASl; no settings
+        )");
     }
 
     void closesTheToolWindowsFirst() {
-        ChipWindowBench bench;
-        bench.window.show();
-        carryOut({.fonts = true, .images = true}, bench.window);
-        bench.dialogs.answer(Qt::Key_Return);
-        child(*toolWindow(bench, images), "newButton").click();
-        bench.dialogs.answer(QMessageBox::Cancel);
-        QVERIFY(!bench.window.close());
-        QVERIFY(toolWindow(bench, fonts) == nullptr && toolWindow(bench, images) != nullptr);
-        QCOMPARE(bench.dialogs.seen.size(), 2);
-        bench.dialogs.answer(QMessageBox::Discard);
-        QVERIFY(bench.window.close());
-        QVERIFY(toolWindow(bench, images) == nullptr);
+        Scene().play(R"(
+            fonts => talks; Font slots refreshed.; fonts Font slots refreshed. Slot 0 Empty
+            images => talks; Image slots refreshed.; images Image slots refreshed. 001 Logo
+            press editCanvas newButton | Return => ? New Image
+            close | Cancel => stays; ? Unsaved image: Save image changes before continuing?
+                [Cancel]; no fonts
+            close | Discard => closes; ? Unsaved image [Cancel]; no images
+        )");
     }
 };
 

@@ -1,59 +1,92 @@
 #include "app/InsertDialog.h"
 
 #include "app/PinSelector.h"
-#include "support/Dialogs.h"
-#include "support/TextCases.h"
+#include "support/WindowStory.h"
 
 #include <QtWidgets>
 
 using namespace pivex;
-using namespace Qt::Literals::StringLiterals;
-using pivex::testing::Dialogs;
-using Texts = std::vector<std::string>;
+using namespace pivex::testing;
 
 namespace {
 
-const OpcodeTool& toolNamed(std::string_view opcode) {
-    return *std::ranges::find(opcodeTools, opcode, &OpcodeTool::opcode);
-}
-
-/// Fills `editor` from a text whose selection stands between square brackets.
-void fill(QPlainTextEdit& editor, QString text) {
-    const auto start = static_cast<int>(text.indexOf(u'['));
-    const auto end = static_cast<int>(text.remove(start, 1).indexOf(u']'));
-    editor.setPlainText(text.remove(end, 1));
-    QTextCursor cursor = editor.textCursor();
-    cursor.setPosition(start);
-    cursor.setPosition(end, QTextCursor::KeepAnchor);
-    editor.setTextCursor(cursor);
-}
-
-/// The text of `editor` with "|" where the cursor stands.
-QString withCursor(const QPlainTextEdit& editor) {
-    return editor.toPlainText().insert(editor.textCursor().position(), u'|');
+const OpcodeTool& toolNamed(const QString& opcode) {
+    return *std::ranges::find(opcodeTools, opcode.toStdString(), &OpcodeTool::opcode);
 }
 
 QList<QPushButton*> pinButtons(const QWidget& dialog) {
     return dialog.findChild<PinSelector*>()->findChildren<QPushButton*>();
 }
 
-/// The numbers of the pins that are shown as marked.
-QList<int> markedPins(const QWidget& dialog) {
-    QList<int> marked;
+/// The numbers of the pins that are shown as marked, and the texts of the fields.
+QString choice(const QWidget& dialog) {
+    QStringList marked;
     for (const QPushButton* button : pinButtons(dialog)) {
-        if (button->styleSheet().contains(u"#1d9954"_s)) {
-            marked << button->text().toInt();
-        }
+        marked << (button->styleSheet().contains(u"#1d9954"_s) ? button->text() : QString());
     }
-    return marked;
+    marked.removeAll(QString());
+    QStringList texts;
+    for (const QLineEdit* field : dialog.findChildren<QLineEdit*>()) {
+        texts << field->text();
+    }
+    return marked.join(u',') + u" in "_s + texts.join(u' ');
 }
 
-/// Replaces the text of field `index` by hand.
-void type(const QWidget& dialog, int index, const QString& text) {
-    auto* field = dialog.findChildren<QLineEdit*>().at(index);
-    field->selectAll();
-    QTest::keyClicks(field, text);
-}
+/// An editor, whose lines end in slashes and whose cursor is a bar, for tests with 14 pins.
+struct Scene : WindowStory {
+    QPlainTextEdit* editor = new QPlainTextEdit;
+
+    Scene() {
+        root = editor;
+        verbs.merge(Verbs{
+            {u"text"_s, [this](auto& words) { fillEditor(words.join(u' ')); }},
+            {u"insert"_s, [this](auto& words) { insert(words[0], words.mid(1).join(u' ')); }},
+            {u"later"_s, [this](auto& words) { editor->insertPlainText(words[0]); }},
+            {u"undo"_s, [this](auto&) { editor->undo(); }},
+            {u"pin"_s, [](auto& words) { pinButtons(dialog())[words[0].toInt() - 1]->click(); }},
+            {u"field"_s, [](auto& words) { typeInto(words[0].toInt(), words.mid(1).join(u' ')); }},
+            {u"show"_s, [this](auto&) { told << choice(dialog()); }},
+        });
+        views.push_back({"", [this] {
+                             return editor->toPlainText()
+                                 .insert(editor->textCursor().position(), u'|')
+                                 .replace(u'\n', u'/');
+                         }});
+    }
+
+    QString summary(const std::string& /*text*/) override { return {}; }
+
+    /// Inserts an instruction, into `text` unless that is empty.
+    void insert(const QString& opcode, const QString& text) {
+        if (!text.isEmpty()) {
+            fillEditor(text);
+        }
+        insertTool(editor, toolNamed(opcode), 14);
+    }
+
+    static QWidget& dialog() { return *QApplication::activeModalWidget(); }
+
+    static void typeInto(int index, const QString& text) {
+        auto* field = dialog().findChildren<QLineEdit*>().at(index);
+        field->selectAll();
+        QTest::keyClicks(field, text);
+    }
+
+    /// Fills the editor; the selection stands between square brackets.
+    void fillEditor(QString text) {
+        text.replace(u'/', u'\n');
+        if (!text.contains(u'[')) {
+            return editor->setPlainText(text);
+        }
+        const auto start = static_cast<int>(text.indexOf(u'['));
+        const auto end = static_cast<int>(text.remove(start, 1).indexOf(u']'));
+        editor->setPlainText(text.remove(end, 1));
+        QTextCursor cursor = editor->textCursor();
+        cursor.setPosition(start);
+        cursor.setPosition(end, QTextCursor::KeepAnchor);
+        editor->setTextCursor(cursor);
+    }
+};
 
 } // namespace
 
@@ -76,62 +109,45 @@ private Q_SLOTS:
         QCOMPARE(categories.join(u", "_s),
                  u"Control Flow, GPIO, Timing, Memory, Math, Add-on Boards, Display"_s);
         QCOMPARE(entries.size(), 73);
-        QCOMPARE(entries[18]->text(), u"SETIN \u2014 Set pin as input"_s);
         pins = 6;
         Dialogs dialogs;
-        dialogs.answer(u"OK"_s, [] { pinButtons(*QApplication::activeModalWidget())[5]->click(); });
+        dialogs.answer(u"OK"_s, [] { pinButtons(Scene::dialog())[5]->click(); });
         entries[18]->trigger();
         QCOMPARE(editor.toPlainText(), u"SETIN 6"_s);
-        QCOMPARE(dialogs.seen.first().title, entries[18]->text());
-    }
-
-    void insertsALineOfItsOwn_data() {
-        addTextCases({
-            {"[]", "GOSTRT|"},
-            {"LO[]OP 3", "LO\nGOSTRT\n|OP 3"},
-            {"LOOP 3[]", "LOOP 3\nGOSTRT|"},
-            {"a\n[bb]\nc", "a\nGOSTRT|\nc"},
-            {"a\n[bb\n]c", "a\nGOSTRT\n|c"},
-            {"a[a\nb]b", "a\nGOSTRT\n|b"},
-            {"\U0001F600[x]é", "\U0001F600\nGOSTRT\n|é"},
-        });
+        QCOMPARE(dialogs.seen.first().title, u"SETIN \u2014 Set pin as input"_s);
     }
 
     void insertsALineOfItsOwn() {
-        checkTextCase([](const QByteArray& before) {
-            QPlainTextEdit editor;
-            fill(editor, QString::fromUtf8(before));
-            Dialogs dialogs;
-            dialogs.answer(Qt::Key_Return);
-            insertTool(&editor, toolNamed("GOSTRT"), 14);
-            return withCursor(editor).toUtf8();
-        });
+        Scene scene;
+        scene.play(R"(
+            insert GOSTRT [] | Return => ? GOSTRT — Go to code start; GOSTRT|
+            insert GOSTRT LO[]OP 3 | Return => ? GOSTRT — Go to code start; LO/GOSTRT/|OP 3
+            insert GOSTRT LOOP 3[] | Return => ? GOSTRT — Go to code start; LOOP 3/GOSTRT|
+            insert GOSTRT a/[bb]/c | Return => ? GOSTRT — Go to code start; a/GOSTRT|/c
+            insert GOSTRT a/[bb/]c | Return => ? GOSTRT — Go to code start; a/GOSTRT/|c
+            insert GOSTRT a[a/b]b | Return => ? GOSTRT — Go to code start; a/GOSTRT/|b
+            insert GOSTRT 😀[x]é | Return => ? GOSTRT — Go to code start; 😀/GOSTRT/|é
+            undo => 😀x|é
+            insert DELMS | Escape => ? DELMS — Delay for milliseconds
+            insert DELMS | OK after field 0 1 2 | OK => ? DELMS — Delay for milliseconds; ?
+                PivexGUI: Each argument must be one nonempty token.
+            insert GOSTRT a/[]b | OK after later x => ? GOSTRT — Go to code start; a/x/GOSTRT/|b
+            insert GOSTRT | OK after text new/ => ? GOSTRT — Go to code start; new/GOSTRT|
+            undo => new/|
+        )");
+        QCOMPARE(scene.editor->focusWidget(), scene.editor);
     }
 
-    void insertsOnceItIsAgreedOn() {
-        QPlainTextEdit editor;
-        fill(editor, u"a[b]"_s);
-        Dialogs dialogs;
-        dialogs.answer(Qt::Key_Escape);
-        insertTool(&editor, toolNamed("DELMS"), 14);
-        dialogs.answer(u"OK"_s, [] { type(*QApplication::activeModalWidget(), 0, u"1 2"_s); });
-        dialogs.answer(QMessageBox::Ok);
-        insertTool(&editor, toolNamed("DELMS"), 14);
-        QCOMPARE(dialogs.seen.last().title, u"PivexGUI"_s);
-        QCOMPARE(dialogs.seen.last().text, u"Each argument must be one nonempty token."_s);
-        QCOMPARE(withCursor(editor), u"ab|"_s);
-        QVERIFY(!editor.document()->isUndoAvailable());
-        // The document may change under the question.
-        dialogs.answer(u"OK"_s, [&editor] { editor.setPlainText(u"new\n"_s); });
-        insertTool(&editor, toolNamed("GOSTRT"), 14);
-        QCOMPARE(withCursor(editor), u"new\nGOSTRT|"_s);
-        QCOMPARE(editor.focusWidget(), &editor);
-        editor.undo();
-        QCOMPARE(editor.toPlainText(), u"new\n"_s);
-        fill(editor, u"a\n[]b"_s);
-        dialogs.answer(u"OK"_s, [&editor] { editor.insertPlainText(u"later"_s); });
-        insertTool(&editor, toolNamed("GOSTRT"), 14);
-        QCOMPARE(withCursor(editor), u"a\nlater\nGOSTRT\n|b"_s);
+    void clicksFillTheFields() {
+        Scene().play(R"(
+            insert MULTIO | Escape after pin 2 after pin 8 after pin 6 after show => 2,6,8 in 2 8 6;
+                ? MULTIO — Multiple pins out
+            insert MULTIO | OK after field 0 14 after field 1 8 after pin 6 after pin 3 after show
+                => 3,6,14 in 14 6 3; ? MULTIO — Multiple pins out; MULTIO 14 6 3|
+            insert MULTIO | Escape after field 1 LED after pin 3 after show | OK => in 0 LED 0; ?
+                MULTIO — Multiple pins out; ? Pin selector: Pin diagram needs literal values in the
+                fields it changes. Enter numbers instead of DIM names or register references first.
+        )");
     }
 
     void selectorBelongsToPinTools() {
@@ -147,54 +163,26 @@ private Q_SLOTS:
                  "TOGPIN CLKST DEFADDR PIN2ARR DEF8 ");
     }
 
-    void clicksFillTheFields() {
-        const InsertDialog dialog(toolNamed("MULTIO"), 14, nullptr);
-        const auto pins = pinButtons(dialog);
-        for (const int pin : {2, 8, 6}) {
-            pins[pin - 1]->click();
-        }
-        QCOMPARE(markedPins(dialog), (QList<int>{2, 6, 8}));
-        type(dialog, 0, u"14"_s);
-        QCOMPARE(markedPins(dialog), (QList<int>{6, 8, 14}));
-        pins[2]->click();
-        QCOMPARE(dialog.texts(), (Texts{"3", "8", "6"}));
-
-        Dialogs dialogs;
-        type(dialog, 1, u"LED"_s);
-        dialogs.answer(QMessageBox::Ok);
-        pins[2]->click();
-        QCOMPARE(dialogs.seen.last().title, u"Pin selector"_s);
-        QVERIFY(dialogs.seen.last().text.startsWith(u"Pin diagram needs literal values"_s));
-        QCOMPARE(dialog.texts(), (Texts{"3", "LED", "6"}));
-    }
-
     void drawsAPackageForAnyPinCount() {
         for (const auto& [pins, buttons] : {std::pair(14, 14), std::pair(7, 7), std::pair(1, 1),
                                             std::pair(-3, 0), std::pair(INT_MAX, 40)}) {
-            InsertDialog dialog(toolNamed("SETIN"), pins, nullptr);
+            InsertDialog dialog(toolNamed(u"SETIN"_s), pins, nullptr);
             dialog.show();
             const auto drawn = pinButtons(dialog);
             QCOMPARE(drawn.size(), buttons);
             for (int pin = 1; pin <= buttons; ++pin) {
                 const QPushButton* opposite = drawn[buttons - pin];
-                QCOMPARE(drawn[pin - 1]->accessibleName(), u"Pin %1"_s.arg(pin));
+                QCOMPARE(drawn[pin - 1]->text(), QString::number(pin));
                 QCOMPARE(drawn[pin - 1]->y(), opposite->y());
                 QCOMPARE(drawn[pin - 1]->x() < opposite->x(), pin <= buttons / 2);
             }
         }
     }
 
-    void tabGoesFromFieldsOverPinsToButtons() {
-        InsertDialog dialog(toolNamed("CLKST"), 6, nullptr);
+    /// Return means OK, wherever the focus is.
+    void pinsAnswerToTheSpaceBar() {
+        InsertDialog dialog(toolNamed(u"CLKST"_s), 6, nullptr);
         dialog.show();
-        QVERIFY(QTest::qWaitForWindowActive(&dialog));
-        QStringList order;
-        for (int i = 0; i < 10; ++i) {
-            const auto* button = qobject_cast<const QPushButton*>(dialog.focusWidget());
-            order << (button != nullptr ? button->text().remove(u'&') : u"field"_s);
-            QTest::keyClick(&dialog, Qt::Key_Tab);
-        }
-        QCOMPARE(order.join(u' '), u"field field 1 2 3 4 5 6 OK Cancel"_s);
         QTest::keyClick(pinButtons(dialog)[3], Qt::Key_Space);
         QTest::keyClick(pinButtons(dialog)[3], Qt::Key_Return);
         QCOMPARE(dialog.texts().front(), "4");

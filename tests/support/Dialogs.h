@@ -19,8 +19,7 @@ namespace pivex::testing {
 struct SeenDialog {
     QString title;
     QString text;
-    QStringList buttons; ///< without mnemonic marks, in the order of the toolkit
-    QString defaultButton;
+    QString defaultButton; ///< empty when there is no other
     Qt::TextFormat format = Qt::AutoText;
 };
 
@@ -38,40 +37,30 @@ public:
     /// Any action on the next dialog, which must close it.
     void answer(Answer action) { answers.push_back(std::move(action)); }
 
-    /// Presses a standard button of the next message box, after running `before`.
-    void answer(QMessageBox::StandardButton button, std::function<void()> before = {}) {
-        answer([button, before = std::move(before)](QWidget* dialog) {
-            run(before);
-            press(qobject_cast<QMessageBox*>(dialog)->button(button));
-        });
-    }
-
-    /// Presses the button of the next dialog that reads `text`, after running `before`.
-    void answer(const QString& text, std::function<void()> before = {}) {
-        answer([text, before = std::move(before)](QWidget* dialog) {
-            run(before);
-            for (QAbstractButton* button : dialog->findChildren<QAbstractButton*>()) {
-                if (plain(button) == text) {
-                    return press(button);
-                }
-            }
-            dialog->close();
-        });
-    }
-
     /// Types one key into the next dialog: Return takes the default button, Escape leaves.
-    void answer(Qt::Key key, std::function<void()> before = {}) {
-        answer([key, before = std::move(before)](QWidget* dialog) {
-            run(before);
-            QTest::keyClick(dialog, key);
-        });
+    void answer(Qt::Key key) {
+        answer([key](QWidget* dialog) { QTest::keyClick(dialog, key); });
     }
 
-    /// Types `path` into the next file dialog and accepts it.
-    void chooseFile(const QString& path) {
-        answer([path](QWidget* dialog) {
-            dialog->findChild<QLineEdit*>()->setText(path);
-            QMetaObject::invokeMethod(dialog, "accept");
+    /// Answers the next dialog after running `before`: with the button that reads `text`, the key
+    /// "Return" or, when it begins with a slash, the file of that path; without such a button by
+    /// the key "Escape".
+    void answer(const QString& text, const std::function<void()>& before = {}) {
+        answer([text, before](QWidget* dialog) {
+            if (before) {
+                before();
+            }
+            const QList<QAbstractButton*> buttons = dialog->findChildren<QAbstractButton*>();
+            const auto button = std::ranges::find(buttons, text, plain);
+            if (text.startsWith(QLatin1Char('/'))) {
+                choose(dialog, text);
+            } else if (text == QLatin1String("Return")) {
+                QTest::keyClick(dialog, Qt::Key_Return);
+            } else if (button == buttons.end()) {
+                QTest::keyClick(dialog, Qt::Key_Escape);
+            } else {
+                (*button)->click();
+            }
         });
     }
 
@@ -88,16 +77,11 @@ public:
     std::size_t unused() const { return answers.size(); }
 
 private:
-    static void run(const std::function<void()>& action) {
-        if (action) {
-            action();
-        }
-    }
-
-    static void press(QAbstractButton* button) {
-        if (button != nullptr) {
-            button->click();
-        }
+    static void choose(QWidget* dialog, const QString& path) {
+        // The name field alone would leave the file with which the dialog began.
+        qobject_cast<QFileDialog*>(dialog)->selectFile(path);
+        dialog->findChild<QLineEdit*>()->setText(path);
+        QMetaObject::invokeMethod(dialog, "accept");
     }
 
     static QString plain(const QAbstractButton* button) {
@@ -105,18 +89,13 @@ private:
     }
 
     static SeenDialog record(QWidget* dialog) {
-        SeenDialog shown{
-            .title = dialog->windowTitle(), .text = {}, .buttons = {}, .defaultButton = {}};
+        SeenDialog shown{.title = dialog->windowTitle(), .text = {}, .defaultButton = {}};
         if (const auto* box = qobject_cast<QMessageBox*>(dialog)) {
             shown.text = box->text();
             shown.format = box->textFormat();
-            for (const QAbstractButton* button : box->buttons()) {
-                shown.buttons << plain(button);
-            }
-        }
-        for (const QPushButton* button : dialog->findChildren<QPushButton*>()) {
-            if (button->isDefault()) {
-                shown.defaultButton = plain(button);
+            for (const auto* button : box->findChildren<QPushButton*>()) {
+                const bool isOne = button->isDefault() && box->buttons().size() > 1;
+                shown.defaultButton = isOne ? plain(button) : shown.defaultButton;
             }
         }
         return shown;
