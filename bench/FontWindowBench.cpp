@@ -91,10 +91,3 @@ BENCHMARK(click)
     ->Args({65535, 1})
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(push)->Unit(benchmark::kMicrosecond);
-
-int main(int argc, char** argv) {
-    const QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}

@@ -96,10 +96,3 @@ void push(benchmark::State& state) {
 BENCHMARK_CAPTURE(drag, pencil, u"pencilButton"_s)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(drag, circle, u"circleButton"_s)->Unit(benchmark::kMillisecond);
 BENCHMARK(push)->Unit(benchmark::kMicrosecond);
-
-int main(int argc, char** argv) {
-    const QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}
