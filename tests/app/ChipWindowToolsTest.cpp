@@ -22,6 +22,7 @@ struct Scene : ConnectedBench {
             {u"settings"_s, [this](auto&) { window.openSettings(); }},
             {u"press"_s,
              [this](auto& words) { child(*tool(words[0]), words[1].toLatin1()).click(); }},
+            {u"renew"_s, [this](auto& words) { tool(words[0])->close(), window.openFonts(); }},
             {u"end"_s, [this](auto& words) { tool(words[0])->close(); }},
             {u"shrink"_s, [this](auto& words) { tool(words[0])->showMinimized(); }},
         });
@@ -96,8 +97,7 @@ private Q_SLOTS:
             wait => talks; Font slots refreshed.; +RASVl; fonts Font slots refreshed. Slot 0 Empty
             shrink glyphEditor => fonts (small) Font slots refreshed. Slot 0 Empty
             fonts => fonts Font slots refreshed. Slot 0 Empty
-            end glyphEditor => no fonts
-            fonts => talks; fonts Font slots refreshed. Slot 0 Empty
+            renew glyphEditor => talks
             images => talks; Image slots refreshed.; images Image slots refreshed. 001 Logo
             settings => talks; Pivex settings loaded.; settings Pivex settings loaded.
             connectButton => Disconnected.; Not Connected; +p-RASVl; fonts Disconnected. Slot
