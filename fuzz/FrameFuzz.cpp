@@ -40,9 +40,9 @@ void checkUnstuffed(const Bytes& packet) {
     if (packet.size() > 252) {
         return;
     }
-    Bytes frame{static_cast<std::uint8_t>(packet.size() + 2)};
-    frame.insert(frame.end(), packet.begin(), packet.end());
-    frame.push_back(crcOf(packet));
+    Bytes frame(packet.size() + 2, crcOf(packet));
+    frame.front() = static_cast<std::uint8_t>(frame.size());
+    std::ranges::copy(packet, frame.begin() + 1);
     const bool isSound = packet.size() >= 2 && std::ranges::find(frame, 0) == frame.end();
     Bytes arrived;
     hold(decodePacket(frame, arrived) == isSound, "a frame holds no 0 and at least two bytes");
