@@ -77,6 +77,7 @@ private Q_SLOTS:
             QVERIFY(bench.output().startsWith(outcome));
             QCOMPARE(bench.dialogs.seen.last().title, title);
             QCOMPARE(bench.dialogs.seen.last().defaultButton, u"No"_s);
+            QVERIFY(bench.window.close());
         }
     }
 

@@ -1,5 +1,6 @@
 #include "tools/FontCanvas.h"
 
+#include <QPainter>
 #include <QtTest>
 
 using namespace pivex;
@@ -42,8 +43,8 @@ void drawGlyph(QImage& image, const FontDocument& font, int glyph, QPoint origin
     for (int at = 0; at < font.width * font.height; ++at) {
         const QPoint pixel(at / font.height, at % font.height);
         const QRect square(origin + pixel * cell, QSize(cell, cell));
-        const int column =
-            font.columns.at(static_cast<std::size_t>(glyph * font.width + pixel.x()));
+        const int index = glyph * font.width + pixel.x();
+        const int column = font.columns.at(static_cast<std::size_t>(index));
         const QColor color((column << pixel.y() & 1 << (font.height - 1)) != 0 ? lit : unlit);
         painter.fillRect(square, hasOutline ? QColor(outline) : color);
         painter.fillRect(hasOutline ? square.adjusted(1, 1, -1, -1) : square, color);
@@ -97,7 +98,7 @@ private Q_SLOTS:
             // Cells of 32 reach from (12, 24) to (171, 247).
             canvas.resize(184, 272);
             Bytes after = before.columns;
-            after[static_cast<std::size_t>(5 + column)] ^=
+            after.at(std::size_t{5} + static_cast<std::size_t>(column)) ^=
                 static_cast<std::uint8_t>(row < 0 ? 0 : 0x40 >> row);
             click(canvas, {x, y});
             click(canvas, {x, y}, Qt::RightButton);
@@ -173,7 +174,7 @@ private Q_SLOTS:
             canvas.resize(400, 300);
             const QImage image = screenOf(canvas);
             const auto* pixels = reinterpret_cast<const QRgb*>(image.constBits());
-            QVERIFY(std::count(pixels, pixels + 400 * 300, caption) > 20);
+            QVERIFY(std::count(pixels, pixels + image.sizeInBytes() / 4, caption) > 20);
             QCOMPARE(image.copy(0, 0, 400, 12), blank({400, 12}));
             click(canvas, {200, 150});
         }

@@ -66,7 +66,7 @@ struct Scene : ToolStory<FontSlots, 0> {
                           .width = size[0].toInt(),
                           .height = size[1].toInt(),
                           .columns = {}};
-        font.columns.resize(static_cast<std::size_t>(font.width * size[2].toInt()));
+        font.columns.resize(size[0].toUInt() * std::size_t{size[2].toUInt()});
         return font.text();
     }
 
