@@ -7,6 +7,7 @@
 #include <QPlainTextDocumentLayout>
 #include <QRawFont>
 #include <QTextBlock>
+#include <QTextLayout>
 
 #include <algorithm>
 #include <utility>
@@ -16,6 +17,9 @@ namespace pivex {
 namespace {
 
 using namespace Qt::Literals::StringLiterals;
+
+/// Texts up to this many lines keep the glyphs of each line that was in view, about 1 kB a line.
+constexpr int mostShapedLines = 20'000;
 
 constexpr QColor gutterBackground(0x18, 0x1E, 0x21);
 constexpr QColor gutterBorder(0x3A, 0x44, 0x48);
@@ -211,6 +215,23 @@ void CodeEditor::paintNumbers(const QPaintEvent* event) {
     painter.setPen(gutterNumber);
     numbers.draw(painter);
     mapping.reset();
+}
+
+void CodeEditor::paintEvent(QPaintEvent* event) {
+    if (blockCount() <= mostShapedLines) {
+        keepGlyphs(event->rect().bottom());
+    }
+    QPlainTextEdit::paintEvent(event);
+}
+
+void CodeEditor::keepGlyphs(int bottom) const {
+    // Half of the time that a line takes to paint goes into making glyphs of its text.
+    qreal top = contentOffset().y();
+    for (QTextBlock block = firstVisibleBlock(); block.isValid() && top <= bottom;
+         block = block.next()) {
+        block.layout()->setCacheEnabled(true);
+        top += blockBoundingRect(block).height();
+    }
 }
 
 void CodeEditor::resizeEvent(QResizeEvent* event) {

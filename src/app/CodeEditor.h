@@ -48,6 +48,7 @@ protected:
     /// Maps the source lines of the current text to instruction numbers and error marks.
     virtual std::vector<GutterLine> mapLines() const;
 
+    void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void insertFromMimeData(const QMimeData* source) override;
@@ -62,6 +63,7 @@ private:
 
     const std::vector<GutterLine>& gutterLines() const;
     void applyGutterWidth();
+    void keepGlyphs(int bottom) const;
     void followUpdate(const QRect& rect, int scroll);
 };
 
