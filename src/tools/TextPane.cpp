@@ -1,7 +1,9 @@
 #include "tools/TextPane.h"
 
 #include <QFontDatabase>
+#include <QTextBlock>
 #include <QTextCursor>
+#include <QTextLayout>
 
 #include <algorithm>
 
@@ -26,6 +28,9 @@ Difference difference(QStringView before, QStringView after) {
     return {first, tail};
 }
 
+/// A line of so many characters takes longer to shape than to paint.
+constexpr int longLine = 10'000;
+
 } // namespace
 
 TextPane::TextPane(QWidget* parent) : QPlainTextEdit(parent) {
@@ -39,6 +44,12 @@ TextPane::TextPane(QWidget* parent) : QPlainTextEdit(parent) {
 void TextPane::replaceText(const QString& text) {
     shown = text;
     setPlainText(text);
+    // Otherwise its glyphs are made anew for every move of a cursor and for every repaint.
+    for (QTextBlock line = document()->begin(); line.isValid(); line = line.next()) {
+        if (line.length() >= longLine) {
+            line.layout()->setCacheEnabled(true);
+        }
+    }
 }
 
 void TextPane::amendText(const QString& text) {
