@@ -1,5 +1,6 @@
 // Requests per second of whole board operations, each beside a bare loop that writes the same
-// bytes to the same kind of board and waits for the same number of answers.
+// bytes to the same kind of board and waits for the same number of answers. All of it on one
+// processor.
 
 #include "device/ChipUpload.h"
 #include "device/SerialConnection.h"
@@ -19,6 +20,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sched.h>
 #include <unistd.h>
 
 using namespace pivex;
@@ -172,6 +174,17 @@ double bare(const Operation& operation, const std::vector<BoardRequest>& request
     return board.perSecond();
 }
 
+/// Where the system puts a thread that it wakes would decide otherwise: an answer that has to wake
+/// another processor takes several times as long, whoever waits for it.
+void stayOnOneProcessor() {
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(static_cast<std::size_t>(sched_getcpu()), &one);
+    if (sched_setaffinity(0, sizeof one, &one) != 0) {
+        throw std::runtime_error("cannot stay on one processor");
+    }
+}
+
 double median(std::vector<double> values) {
     std::ranges::nth_element(values, values.begin() + rounds / 2);
     return values[rounds / 2];
@@ -194,6 +207,7 @@ void measure(const Operation& operation) {
 } // namespace
 
 int main(int argc, char** argv) {
+    stayOnOneProcessor();
     const QCoreApplication application(argc, argv);
     std::printf("%-28s %8s %12s %12s %11s\n", "operation", "requests", "per second", "bare loop",
                 "ratio");
