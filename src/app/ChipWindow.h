@@ -2,6 +2,7 @@
 
 #include "device/SerialConnection.h"
 #include "model/ChipDocument.h"
+#include "tools/FocusKeeper.h"
 
 #include <QKeySequence>
 #include <QList>
@@ -186,7 +187,6 @@ private:
     void deleteAllChips();
     void startOperation(std::initializer_list<bool*> flags);
     void deviceControls();
-    void enable(QWidget* control, bool isEnabled);
 
     // The parts of the self-check; each throws a sentence about what it found wrong.
     void checkFileRound();
@@ -240,7 +240,7 @@ private:
     QListWidget* files = nullptr;
     QPlainTextEdit* output = nullptr;
 
-    QPointer<QWidget> heldFocus; ///< gets the focus back from the output when it is enabled again
+    FocusKeeper focus{this};
 
     QString filePath;               ///< empty for a document that was never saved
     bool dirty = false;             ///< edited since the last load or save

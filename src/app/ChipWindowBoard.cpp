@@ -276,38 +276,23 @@ void ChipWindow::deleteAllChips() {
     connection.eraseAll();
 }
 
-void ChipWindow::enable(QWidget* control, bool isEnabled) {
-    // Otherwise the focus would jump to the next field, which would take the next key press.
-    if (!isEnabled && focusWidget() == control) {
-        heldFocus = control;
-        output->setFocus();
-    }
-    control->setEnabled(isEnabled);
-    if (isEnabled && heldFocus == control) {
-        heldFocus = nullptr;
-        if (focusWidget() == output) {
-            control->setFocus();
-        }
-    }
-}
-
 void ChipWindow::deviceControls() {
     const bool idle = ready();
     const bool selected = idle && stored.list->currentRow() >= 0;
-    enable(link.port, !linked);
-    enable(link.refresh, !linked);
-    enable(link.connect, linked || !link.port->currentText().isEmpty());
+    focus.enable(link.port, !linked);
+    focus.enable(link.refresh, !linked);
+    focus.enable(link.connect, linked || !link.port->currentText().isEmpty());
     link.connect->setText(linked ? u"Disconnect"_s : u"Connect"_s);
-    enable(stored.refresh, idle);
+    focus.enable(stored.refresh, idle);
     stored.refreshEntry->setEnabled(idle);
     stored.deleteAllEntry->setEnabled(idle);
-    enable(stored.list, idle);
-    enable(stored.load, selected);
-    enable(stored.remove, selected);
-    enable(uploads.send, idle);
+    focus.enable(stored.list, idle);
+    focus.enable(stored.load, selected);
+    focus.enable(stored.remove, selected);
+    focus.enable(uploads.send, idle);
     uploads.send->setText(uploading ? u"Sending…"_s : u"Send to Pivex"_s);
-    enable(uploads.save, idle && saveAllowed);
-    enable(uploads.batch, idle && files->count() > 0);
+    focus.enable(uploads.save, idle && saveAllowed);
+    focus.enable(uploads.batch, idle && files->count() > 0);
     pushToolState();
 }
 

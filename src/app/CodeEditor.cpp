@@ -42,8 +42,13 @@ protected:
             return;
         }
         const int end = from + std::max(charsAdded, 1);
-        for (QTextBlock block = document()->findBlock(from);
-             block.isValid() && block.position() < end; block = block.next()) {
+        // A line that begins just behind the change is touched only when it is new.
+        const auto isTouched = [end](const QTextBlock& block) {
+            const int start = block.position();
+            return start < end || (start == end && block.layout()->lineCount() == 0);
+        };
+        for (QTextBlock block = document()->findBlock(from); block.isValid() && isTouched(block);
+             block = block.next()) {
             QPlainTextDocumentLayout::documentChanged(block.position(), 0, 1);
         }
     }
@@ -251,8 +256,9 @@ void CodeEditor::keyPressEvent(QKeyEvent* event) {
                event->matches(QKeySequence::InsertLineSeparator)) {
         // A line separator would make two source lines of one block, and the toolkit would edit
         // the document once more to give the new block a format.
-        textCursor().insertBlock();
-        ensureCursorVisible();
+        QTextCursor cursor = textCursor();
+        cursor.insertBlock();
+        setTextCursor(cursor);
     } else {
         QPlainTextEdit::keyPressEvent(event);
     }

@@ -71,8 +71,9 @@ private:
             frame->setStyle(style);
         }
         frame->setWidget(control);
-        // The toolkit hides it at a control out of view, which is scrolled into view only now.
-        frame->show();
+        // The toolkit hides it at a control out of view, which is scrolled into view only now. A
+        // window itself has no frame.
+        frame->setVisible(frame->widget() != nullptr);
     }
 
     bool isShown = false;

@@ -42,12 +42,12 @@ void FontWindow::state(const FontSlots& slotInfo, const QString& message) {
 
 void FontWindow::controls() {
     const bool isOpen = open.font.has_value();
-    saveButton->setEnabled(isOpen);
-    saveAsButton->setEnabled(isOpen);
-    glyphList->setEnabled(isOpen);
-    refreshButton->setEnabled(ready() && hooks.refresh);
-    saveBoardButton->setEnabled(isAllowed(BoardAction::Save));
-    deleteButton->setEnabled(isAllowed(BoardAction::Delete));
+    focus.enable(saveButton, isOpen);
+    focus.enable(saveAsButton, isOpen);
+    focus.enable(glyphList, isOpen);
+    focus.enable(refreshButton, ready() && hooks.refresh);
+    focus.enable(saveBoardButton, isAllowed(BoardAction::Save));
+    focus.enable(deleteButton, isAllowed(BoardAction::Delete));
 }
 
 void FontWindow::updateDocument(Change change) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/FocusKeeper.h"
 #include "tools/FontCanvas.h"
 #include "tools/FontWindow.h"
 
@@ -85,6 +86,7 @@ private:
     bool confirm(BoardAction action);
 
     LinuxFontHooks hooks;
+    FocusKeeper focus{this};
     FontSlots fontSlots;
     OpenFont open;
     QString filePath; ///< empty for a font that has no file

@@ -149,7 +149,7 @@ void ImageWindow::controls() {
         {zoomOutButton, canvas->zoom > ImageCanvas::minZoom},
     };
     for (const auto& [widget, isEnabled] : enabled) {
-        widget->setEnabled(isEnabled);
+        focus.enable(widget, isEnabled);
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tools/FocusKeeper.h"
 #include "tools/ImageCanvas.h"
 #include "tools/ImageCodeView.h"
 #include "tools/ImageWindow.h"
@@ -104,6 +105,7 @@ private:
     void showSlots();
 
     LinuxImageHooks hooks;
+    FocusKeeper focus{this};
     ImageSlots boardSlots;
     std::optional<ImageDrawing> drawing;
     bool dirty = false;

@@ -1,6 +1,7 @@
 #include "tools/SettingsWindow.h"
 
 #include "tools/DisplayText.h"
+#include "tools/FocusKeeper.h"
 #include "tools/WidgetParts.h"
 
 #include <QButtonGroup>
@@ -102,10 +103,6 @@ private:
     QString currentFontText() const;
     void controls();
     void renderFontChoice(bool isEditable);
-    void enable(QWidget* control, bool isEnabled);
-    void reveal(QWidget* control, bool isShown);
-    void holdFocus(QWidget* control);
-    void returnFocus();
     void synchronize(Prefer preference);
 
     void request(Bytes bytes);
@@ -119,7 +116,7 @@ private:
     DeviceSettings settings;
     bool known = false;
     bool pending = false;
-    QWidget* focusOwner = nullptr; ///< gets the focus back when it is enabled again
+    FocusKeeper focus{this};
 
     std::vector<Switch> switches;
     QButtonGroup* speedGroup = new QButtonGroup(this);
@@ -158,7 +155,7 @@ SettingsWindow::SettingsWindow(QWidget* parent, LinuxSettingsHooks callbacks,
     layout->addLayout(makeBottomRow());
     orderTabs();
 
-    holdFocus(switches.front().box);
+    focus.hold(switches.front().box);
     synchronize(Prefer::Selection);
     render();
     constexpr int roomForMessages = 60;
@@ -323,62 +320,29 @@ QString SettingsWindow::currentFontText() const {
 void SettingsWindow::controls() {
     const bool isEditable = isFree() && known;
     for (const Switch& each : switches) {
-        enable(each.box, isEditable);
+        focus.enable(each.box, isEditable);
     }
     for (QAbstractButton* button : speedGroup->buttons()) {
-        enable(button, isEditable && isLogoShown());
+        focus.enable(button, isEditable && isLogoShown());
     }
     renderFontChoice(isEditable);
-    enable(refreshButton, isFree());
-    returnFocus();
+    focus.enable(refreshButton, isFree());
 }
 
 void SettingsWindow::renderFontChoice(bool isEditable) {
     const bool isLinked = connected();
     const bool hasFonts = fontBox->count() > 0;
-    enable(fontBox, isEditable && hasFonts);
-    enable(setFontButton, isEditable && hasFonts && selectedSlot() != confirmed(defaultFont));
+    focus.enable(fontBox, isEditable && hasFonts);
+    focus.enable(setFontButton, isEditable && hasFonts && selectedSlot() != confirmed(defaultFont));
     fontMessage->setText(!isLinked ? u"Connect to Pivex to change the default font."_s
                          : pending ? u"Loading saved font slots…"_s
                                    : u"No fonts are currently saved on Pivex."_s);
     const bool hasChoice = isLinked && hasFonts;
     // What goes is hidden first: showing lays out at once, and the window would grow for both.
-    reveal(fontMessage, fontMessage->isVisibleTo(this) && !hasChoice);
-    reveal(fontBox, hasChoice);
-    reveal(setFontButton, hasChoice);
-    reveal(fontMessage, !hasChoice);
-}
-
-void SettingsWindow::enable(QWidget* control, bool isEnabled) {
-    if (!isEnabled && control == focusWidget()) {
-        holdFocus(control);
-    }
-    control->setEnabled(isEnabled);
-}
-
-void SettingsWindow::reveal(QWidget* control, bool isShown) {
-    if (!isShown && control == focusWidget()) {
-        holdFocus(control);
-    }
-    control->setVisible(isShown);
-}
-
-/// Puts the focus on the window itself while `control` cannot have it. Otherwise it would wander to
-/// the next enabled control, which is "Close", and the second of two presses of the space bar would
-/// close the window.
-void SettingsWindow::holdFocus(QWidget* control) {
-    focusOwner = control;
-    setFocus();
-}
-
-void SettingsWindow::returnFocus() {
-    if (focusOwner == nullptr || !focusOwner->isEnabled() || !focusOwner->isVisibleTo(this)) {
-        return;
-    }
-    if (focusWidget() == this) {
-        focusOwner->setFocus();
-    }
-    focusOwner = nullptr;
+    focus.reveal(fontMessage, fontMessage->isVisibleTo(this) && !hasChoice);
+    focus.reveal(fontBox, hasChoice);
+    focus.reveal(setFontButton, hasChoice);
+    focus.reveal(fontMessage, !hasChoice);
 }
 
 void SettingsWindow::synchronize(Prefer preference) {
