@@ -260,6 +260,10 @@ void SettingsWindow::state(const FontSlots& slotInfo, const QString& message, bo
 
 /// Grows the window until every wrapped text is whole: a layout does not do so by itself.
 void SettingsWindow::makeRoom() {
+    // This layout keeps the height of a group until the group's own layout has been activated.
+    for (const QGroupBox* group : findChildren<QGroupBox*>()) {
+        group->layout()->activate();
+    }
     layout()->activate();
     resize(width(), std::max(height(), layout()->totalHeightForWidth(width())));
 }

@@ -132,6 +132,17 @@ private Q_SLOTS:
         )");
     }
 
+    void growsForALongName() {
+        Scene scene;
+        scene.root->show();
+        scene.known[1].name = std::string(31, 'W');
+        scene.receive(u"12011"_s);
+        scene.push(u"Pivex settings loaded."_s);
+        QCoreApplication::processEvents();
+        const auto& label = child<QWidget>(*scene.root, "currentFontLabel");
+        QCOMPARE_GE(label.height(), label.heightForWidth(label.width()));
+    }
+
     void asksForEveryChange() {
         Scene().play(R"(
             board 01004 => rebuilt; CCUXMXDsR; choice Four; Current: Four
