@@ -4,6 +4,7 @@
 #include "tools/SelfChecks.h"
 
 #include <QApplication>
+#include <QSettings>
 
 #include <cstdlib>
 
@@ -20,6 +21,11 @@ void keepFreedMemory() {
     constexpr int blockLimit = 32 * 1024 * 1024; // the most that the C library takes
     mallopt(M_MMAP_THRESHOLD, blockLimit);
     mallopt(M_TRIM_THRESHOLD, 2 * blockLimit);
+}
+
+/// Keeps the toolkit's dialogs from noting where they have been: every start finds the same state.
+void keepNoSettings() {
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, u"/dev/null"_s);
 }
 
 int exitCode(bool passed) {
@@ -43,6 +49,7 @@ int main(int argc, char* argv[]) {
     const std::future<void> fonts = findFonts();
     const QApplication application(argc, argv);
     QGuiApplication::setDesktopFileName(u"org.pivex.PivexGUI"_s);
+    keepNoSettings();
     applyLook();
     fonts.wait();
     const StartupOptions options = parseStartupOptions(QApplication::arguments());
