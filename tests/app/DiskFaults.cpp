@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <csignal>
 #include <string_view>
-#include <utility>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -13,10 +12,49 @@
 
 namespace pivex::testing {
 
+thread_local constinit DiskWatch* diskWatch = nullptr;
+
+}
+
+using pivex::testing::diskWatch;
+using pivex::testing::NewFiles;
+
 namespace {
 
-/// Other threads, and libraries that run before main(), see none.
-thread_local constinit DiskWatch* current = nullptr;
+/// Whether the call of `name` for `path` must fail; sets `errno`.
+bool spoils(const char* name, const char* path) {
+    if (diskWatch == nullptr || !std::string_view(path).starts_with(diskWatch->folder)) {
+        return false;
+    }
+    const int number = static_cast<int>(diskWatch->calls.size());
+    const bool isReached = diskWatch->call >= 0 && number >= diskWatch->call;
+    const bool isSpoilt = isReached && (diskWatch->lasts || number == diskWatch->call);
+    diskWatch->calls.emplace_back(name).append(isSpoilt ? "!" : "");
+    if (isSpoilt && diskWatch->error == 0) {
+        raise(SIGKILL);
+    }
+    errno = isSpoilt ? diskWatch->error : errno;
+    return isSpoilt;
+}
+
+/// The same for an open file.
+bool spoils(const char* name, int file) {
+    std::array<char, 4096> path{};
+    const std::string link = "/proc/self/fd/" + std::to_string(file);
+    return diskWatch != nullptr &&
+           readlinkat(AT_FDCWD, link.c_str(), path.data(), path.size() - 1) > 0 &&
+           spoils(name, path.data());
+}
+
+/// Whether the folder does not take the new file that is opened with `flags`; sets `errno`.
+bool isRefused(const char* path, int flags) {
+    const bool isNameless = (flags & O_TMPFILE) == O_TMPFILE;
+    const bool isNew =
+        isNameless || ((flags & O_CREAT) != 0 && faccessat(AT_FDCWD, path, F_OK, 0) != 0);
+    errno = isNameless ? EOPNOTSUPP : EACCES;
+    return (isNameless && diskWatch->newFiles != NewFiles::Any) ||
+           (isNew && diskWatch->newFiles == NewFiles::None);
+}
 
 /// The C library's function.
 template<auto* Function>
@@ -25,76 +63,24 @@ decltype(Function) next(const char* name) {
     return found;
 }
 
-/// Calls the C library's function unless the watch spoils the call, which concerns `place`.
+/// Calls the C library's function unless the call, which concerns `place`, must fail.
 template<auto* Function, typename Place, typename... Arguments>
 auto watched(const char* name, Place place, Arguments... arguments) {
     using Result = decltype(Function(arguments...));
-    if (current != nullptr && current->spoils(name, place)) {
-        return static_cast<Result>(-1);
-    }
-    return next<Function>(name)(arguments...);
+    return spoils(name, place) ? static_cast<Result>(-1) : next<Function>(name)(arguments...);
 }
 
 } // namespace
 
-DiskWatch::DiskWatch(std::string watchedFolder, const DiskFault& diskFault)
-    : folder(std::move(watchedFolder)), fault(diskFault) {
-    current = this;
-}
-
-DiskWatch::~DiskWatch() {
-    current = nullptr;
-}
-
-bool DiskWatch::spoils(const char* name, const char* path) {
-    return std::string_view(path).starts_with(folder) && spoilsNext(name);
-}
-
-bool DiskWatch::spoils(const char* name, int file) {
-    std::array<char, 4096> path{};
-    const std::string link = "/proc/self/fd/" + std::to_string(file);
-    return readlinkat(AT_FDCWD, link.c_str(), path.data(), path.size() - 1) > 0 &&
-           spoils(name, path.data());
-}
-
-bool DiskWatch::refuses(const char* path, int flags) const {
-    const bool isNameless = (flags & O_TMPFILE) == O_TMPFILE;
-    const bool isNew =
-        isNameless || ((flags & O_CREAT) != 0 && faccessat(AT_FDCWD, path, F_OK, 0) != 0);
-    errno = isNameless ? EOPNOTSUPP : EACCES;
-    return (isNameless && fault.newFiles != NewFiles::Any) ||
-           (isNew && fault.newFiles == NewFiles::None);
-}
-
-bool DiskWatch::spoilsNext(const char* name) {
-    const int number = static_cast<int>(calls.size());
-    const bool isSpoilt =
-        fault.call >= 0 && (fault.lasts ? number >= fault.call : number == fault.call);
-    calls.emplace_back(name).append(isSpoilt ? "!" : "");
-    if (isSpoilt && fault.error == 0) {
-        raise(SIGKILL);
-    }
-    errno = isSpoilt ? fault.error : errno;
-    return isSpoilt;
-}
-
-} // namespace pivex::testing
-
-using pivex::testing::current;
-using pivex::testing::next;
-using pivex::testing::watched;
-
 extern "C" {
 
 int open64(const char* path, int flags, ...) {
-    if (current != nullptr && current->refuses(path, flags)) {
-        return -1;
-    }
     va_list arguments;
     va_start(arguments, flags);
     const mode_t mode = va_arg(arguments, mode_t);
     va_end(arguments);
-    return watched<&::open64>("open64", path, path, flags, mode);
+    const bool isTaken = diskWatch == nullptr || !isRefused(path, flags);
+    return isTaken ? watched<&::open64>("open64", path, path, flags, mode) : -1;
 }
 
 ssize_t write(int file, const void* bytes, size_t size) {
@@ -103,10 +89,7 @@ ssize_t write(int file, const void* bytes, size_t size) {
 
 int fdatasync(int file) {
     // A real disk takes its time, and whether it did its work would show only after a power cut.
-    if (current != nullptr) {
-        return current->spoils("fdatasync", file) ? -1 : 0;
-    }
-    return next<&::fdatasync>("fdatasync")(file);
+    return spoils("fdatasync", file) ? -1 : 0;
 }
 
 off64_t lseek64(int file, off64_t offset, int origin) noexcept {
@@ -119,7 +102,7 @@ int fchmod(int file, mode_t mode) noexcept {
 
 int close(int file) {
     // Whatever it reports, the file is closed.
-    const bool isSpoilt = current != nullptr && current->spoils("close", file);
+    const bool isSpoilt = spoils("close", file);
     const int error = errno;
     const int result = next<&::close>("close")(file);
     errno = isSpoilt ? error : errno;

@@ -8,38 +8,18 @@ namespace pivex::testing {
 /// Which new files a folder takes: all, only those that have a name from the start, none.
 enum class NewFiles { Any, Named, None };
 
-/// What happens to one of the calls that a program makes to the file system.
-struct DiskFault {
-    int call = -1;      ///< number of the call, from 0; none for -1
+/// Counts the calls that concern something in a folder, and spoils one or more of them.
+struct DiskWatch {
+    std::string folder{};
+    int call = -1;      ///< number of the call that goes wrong, from 0; none for -1
     int error = 0;      ///< how it fails; 0 kills the process instead
     bool lasts = false; ///< whether all later calls fail too
     NewFiles newFiles = NewFiles::Any;
+    std::vector<std::string> calls{}; ///< so far, those that were made to fail with a "!" behind
 };
 
-/// While it lives, counts the calls of this thread that concern something in `folder`, and spoils
-/// them. It replaces the C library's functions for the whole program.
-class DiskWatch {
-public:
-    DiskWatch(std::string folder, const DiskFault& fault);
-    ~DiskWatch();
-    DiskWatch(const DiskWatch&) = delete;
-    DiskWatch& operator=(const DiskWatch&) = delete;
-
-    /// The functions called so far, those that were made to fail with a "!" behind.
-    std::vector<std::string> calls;
-
-    /// Whether the call of `name` for `path`, or for the open `file`, must fail; sets `errno`.
-    bool spoils(const char* name, const char* path);
-    bool spoils(const char* name, int file);
-
-    /// Whether the folder does not take the new file that is opened with `flags`; sets `errno`.
-    bool refuses(const char* path, int flags) const;
-
-private:
-    bool spoilsNext(const char* name);
-
-    std::string folder;
-    DiskFault fault;
-};
+/// The watch over the calls of this thread, if any. The C library's functions are replaced for the
+/// whole program.
+extern thread_local constinit DiskWatch* diskWatch;
 
 } // namespace pivex::testing

@@ -6,12 +6,7 @@
 #include "model/ChipFileCodec.h"
 #include "simulator/BoardServer.h"
 #include "support/Dialogs.h"
-
-#include <QElapsedTimer>
-#include <QLabel>
-#include <QListWidget>
-#include <QPlainTextEdit>
-#include <QTemporaryDir>
+#include "support/Sweep.h"
 
 #include <fstream>
 #include <memory>
@@ -105,10 +100,8 @@ inline constexpr Operation operations[] = {
 struct Observation {
     QStringList texts{}; ///< of the output, one after the other
     QString state{};     ///< of the main window's controls
-    qint64 milliseconds = 0;
     std::vector<BoardRequest> requests{};
     std::uint8_t firstSequence = 0; ///< of the first request, whether it reached the board or not
-    BoardStorage storage{};         ///< of the board, afterwards
 
     QString outcome() const { return texts.value(texts.size() - 1); }
 };
@@ -146,9 +139,9 @@ inline BoardModel sweptBoard() {
 
 /// How a main window looks while no operation runs.
 inline QString idleState(bool isConnected, bool isSavable = false) {
-    return !isConnected ? u"Not Connected|Connect|Send to Pivex|+++------ 0"_s
-           : isSavable  ? u"Connected: |Disconnect|Send to Pivex|--+++++++"_s
-                        : u"Connected: |Disconnect|Send to Pivex|--++++++-"_s;
+    return !isConnected ? u"Connect|Send to Pivex|+++------|0"_s
+           : isSavable  ? u"Disconnect|Send to Pivex|--+++++++|"_s
+                        : u"Disconnect|Send to Pivex|--++++++-|"_s;
 }
 
 /// A main window with a board of its own, which runs one trial after the other: the operation, a
@@ -164,9 +157,9 @@ public:
                   .settings = side == Side::Settings},
                  window);
         for (const auto* label : window.findChildren<QLabel*>(u"statusLabel"_s)) {
-            tool = label->window() == &window ? tool : label->window();
+            from = label->window() == &window ? from : label->window();
         }
-        if (auto* newDocument = from().findChild<QAbstractButton*>(u"newButton"_s)) {
+        if (auto* newDocument = from->findChild<QAbstractButton*>(u"newButton"_s)) {
             dialogs.answer(Qt::Key_Return);
             newDocument->click();
         }
@@ -184,7 +177,7 @@ public:
     /// Takes the next step once the last one has ended.
     void advance() {
         if (!isFree() && (send.isEnabled() || connectButton.text() == u"Connect"_s)) {
-            lasted = clock.restart();
+            clock.start();
             (this->*steps[step++])();
         } else if (!isFree() && clock.hasExpired(20'000)) {
             qFatal("%s does not end", qPrintable(trial->name));
@@ -196,16 +189,13 @@ private:
         trial->findings << (isRight ? QStringList() : QStringList(finding));
     }
 
-    /// The window that the operations are started from.
-    QWidget& from() { return tool == nullptr ? window : *tool; }
-
     void connect() { window.connectTo(QString::fromStdString(board->path())); }
 
     /// Brings editor, lists and connection into the state in which the operation begins.
     void prepare() {
         window.populate(sweptChip(), {});
         stored.setCurrentRow(1);
-        if (auto* list = from().findChild<QListWidget*>(u"slotList"_s)) {
+        if (auto* list = from->findChild<QListWidget*>(u"slotList"_s)) {
             list->setCurrentRow(trial->operation->slot);
         }
         if (trial->operation->needsUpload()) {
@@ -216,66 +206,58 @@ private:
     }
 
     void act() {
-        const Operation& operation = *trial->operation;
-        auto& starter = child<QObject>(from(), operation.button);
-        const bool isNewLine = operation.task == Task::Connect;
+        const bool isNewLine = trial->operation->task == Task::Connect;
         sequence = isNewLine ? 0 : std::uint8_t(board->requests().back().sequence + 1);
         board->clearRequests();
         trial->arm(*board);
         texts.clear();
-        if (!starter.property("enabled").toBool()) {
-            return expect(false, u"cannot be started"_s);
+        if (trial->operation->answer != nullptr) {
+            dialogs.answer(QString::fromUtf8(trial->operation->answer));
         }
-        if (operation.answer != nullptr) {
-            dialogs.answer(QString::fromUtf8(operation.answer));
-        }
+        auto& starter = child<QObject>(*from, trial->operation->button);
         QMetaObject::invokeMethod(&starter, starter.isWidgetType() ? "click" : "trigger");
         expect(dialogs.unused() == 0, u"does not ask"_s);
     }
 
     void judge() {
-        Observation seen{texts, state(), lasted, board->requests(), sequence, {}};
+        const Observation seen{texts, state(), board->requests(), sequence};
         board->setLineFault({});
-        board->withModel([&](BoardModel& model) {
-            seen.storage = std::exchange(model.storage, sweptBoard().storage);
-            model.clearFaults();
-        });
+        board->withModel([](BoardModel& model) { model = sweptBoard(); });
         trial->findings << trial->judge(seen);
-        expect(tool == nullptr || (child<QLabel>(*tool, "statusLabel").text() == seen.outcome() &&
-                                   child(*tool, "refreshButton").isEnabled() == send.isEnabled()),
+        const bool isMain = from == &window;
+        expect(isMain || child<QLabel>(*from, "statusLabel").text() == seen.outcome(),
                u"the tool window says otherwise"_s);
+        expect(isMain || child(*from, "refreshButton").isEnabled() == send.isEnabled(),
+               u"the tool window allows otherwise"_s);
         if (seen.outcome().contains(u"Serial connection failed"_s)) {
             board = std::make_unique<BoardServer>(sweptBoard());
         }
         if (send.isEnabled() && trial->reconnects) {
             connectButton.click();
         }
-        isSavable = send.isEnabled() && save.isEnabled();
         if (!send.isEnabled()) {
             connect();
-        } else if (tool != nullptr) {
-            child(*tool, "refreshButton").click();
+        } else if (!isMain) {
+            child(*from, "refreshButton").click();
         }
     }
 
-    void list() { refresh.click(); }
+    void list() { child(window, "refreshButton").click(); }
 
     void finish() {
-        const QString shown = output.toPlainText() + state();
-        const QString wanted = QString::fromUtf8(chipsListed) + idleState(true, isSavable);
-        expect(shown == wanted && stored.count() == 3, u"then lists "_s + shown);
+        const QString shown = output.toPlainText();
+        expect(shown == QString::fromUtf8(chipsListed) && send.isEnabled() && stored.count() == 3,
+               u"then lists "_s + shown);
     }
 
     /// Texts and enabled states of the controls that act on the board.
     QString state() const {
-        const QString status =
-            child<QLabel>(window, "statusLabel").text().section(u"Pivex"_s, 0, 0);
         const QString controls =
             enabledStates(window, {"portBox", "portRefreshButton", "connectButton", "refreshButton",
                                    "storedChipList", "sendButton", "batchSaveButton",
                                    "deleteAllEntry", "saveButton"});
-        return status + u'|' + connectButton.text() + u'|' + send.text() + u'|' + controls +
-               (send.isEnabled() ? QString() : u" %1"_s.arg(stored.count()));
+        const QString count = send.isEnabled() ? QString() : QString::number(stored.count());
+        return QStringList{connectButton.text(), send.text(), controls, count}.join(u'|');
     }
 
     static constexpr void (Station::*steps[])() = {
@@ -283,28 +265,24 @@ private:
 
     Dialogs& dialogs;
     ChipWindow window{sweepTimings};
+    QWidget* from = &window; ///< which the operations are started from
     QPlainTextEdit& output = child<QPlainTextEdit>(window, "outputPane");
     QListWidget& stored = child<QListWidget>(window, "storedChipList");
-    QAbstractButton& save = child(window, "saveButton");
     QAbstractButton& send = child(window, "sendButton");
-    QAbstractButton& refresh = child(window, "refreshButton");
     QAbstractButton& connectButton = child(window, "connectButton");
-    QWidget* tool = nullptr;
     Trial* trial = nullptr;
-    bool isSavable = false;
     std::uint8_t sequence = 0;
     QStringList texts;
     QElapsedTimer clock;
     std::size_t step = std::size(steps);
-    qint64 lasted = 0; ///< milliseconds that the last step took
     /// Goes first: a worker that has lost its board does not keep the window waiting.
     std::unique_ptr<BoardServer> board = std::make_unique<BoardServer>(sweptBoard());
 };
 
-/// At most `size` windows that run trials at the same time, since most of a trial is waiting.
+/// Windows that run trials at the same time, since most of a trial is waiting.
 class Fleet {
 public:
-    explicit Fleet(Side from, std::size_t size = 32) : side(from), most(size) {
+    explicit Fleet(Side from) : side(from) {
         for (const QString& name : {u"a.chip"_s, u"b.chip"_s, u"c.chip"_s}) {
             files << folder.filePath(name);
             std::ofstream(files.last().toStdString()) << encodeChip(sweptChip());
@@ -315,7 +293,7 @@ public:
     /// few trials that go wrong get a second chance without company.
     QString run(std::vector<Trial> trials) {
         const std::size_t few = std::max<std::size_t>(32, trials.size() / 50);
-        QString complaints = run(trials, most);
+        QString complaints = run(trials, fullSweep() ? 96 : 32);
         if (!trials.empty() && trials.size() <= few) {
             qWarning("%s", qPrintable(complaints));
             stations.clear();
@@ -351,7 +329,6 @@ private:
     }
 
     Side side;
-    std::size_t most;
     QTemporaryDir folder;
     QStringList files;
     Dialogs dialogs;
