@@ -74,10 +74,10 @@ private Q_SLOTS:
 
     void endsEveryOperationAsItShould_data() {
         QTest::addColumn<Side>("side");
-        QTest::newRow("chips") << Side::Chips;
-        QTest::newRow("images") << Side::Images;
-        QTest::newRow("fonts") << Side::Fonts;
-        QTest::newRow("settings") << Side::Settings;
+        int side = 0;
+        for (const char* name : {"chips", "images", "fonts", "settings"}) {
+            QTest::newRow(name) << Side(side++);
+        }
     }
 
     /// Runs every operation of a window undisturbed, and then once with each thing that can go
@@ -101,12 +101,9 @@ private Q_SLOTS:
         for (const auto& [operation, seen] : clean) {
             addTrials(*operation);
         }
-        const std::size_t runs = trials.size();
-        QElapsedTimer timer;
-        timer.start();
-        QCOMPARE(fleet.run(std::exchange(trials, {})), QString());
         // Not as a message of the test, of which there may be too many already.
-        std::cout << runs << " runs in " << timer.elapsed() / 1000 << " s" << std::endl;
+        std::cout << trials.size() << " runs" << std::endl;
+        QCOMPARE(fleet.run(std::exchange(trials, {})), QString());
     }
 
 private:

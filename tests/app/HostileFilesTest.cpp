@@ -118,7 +118,6 @@ private Q_SLOTS:
         add("chip", "too many separators", chipFile(times(1'000'001, "\u2029")), tooManyLines);
         add("chip", "one word", chipFile(times(scale(15'000'000), "w")));
         add("chip", "one line", chipFile(times(million, "1 ")));
-        add("chip", "comments", chipFile(times(million, "/*<i>*/")));
         add("chip", "marks", chipFile("a" + times(million, "\u0301")));
         add("chip", "directions", chipFile(times(million, "\u202E\u2066\u05D0")));
         add("chip", "name", chipFile("ENDTEST", "name=<b>" + times(million, "n")));
@@ -136,17 +135,14 @@ private Q_SLOTS:
             "Invalid image integer: <b>99");
         add("image", "line", "width=1\n[data]\n" + times(million / 2, "1 "),
             "Invalid image RLE line: 1 1");
-        add("image", "pixels",
-            "name=n\nwidth=160\nheight=128\n[data]\n" + times(std::size_t{160} * 128, pixel));
         const std::string oneColumn = "\nwidth=1\nheight=1\nsize=1\n[data]\n";
-        const std::string allColumns = "\nheight=1\nsize=65535\n[data]\n" + times(65'535, "0b1 ");
         add("font", "100 MB", times(fullSweep() ? 100'000'000 : 4'000'001, "x"),
             "Font file is too large (maximum 4 MB).");
         add("font", "name", "name=<b>" + times(scale(3'900'000), "n") + oneColumn + "0b1");
         add("font", "word", "name=n" + oneColumn + "<b>" + times(scale(3'900'000), "1"),
             "Invalid binary column or column height: <b>11");
-        add("font", "glyphs", "name=n\nwidth=1" + allColumns);
-        add("font", "one glyph", "name=n\nwidth=65535" + allColumns);
+        add("font", "one glyph",
+            "name=n\nwidth=65535\nheight=1\nsize=65535\n[data]\n" + times(65'535, "0b1 "));
     }
 
     void survivesEveryFile() {
