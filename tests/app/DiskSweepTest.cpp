@@ -6,6 +6,8 @@
 #include "tools/FontWindowPrivate.h"
 #include "tools/ImageWindowPrivate.h"
 
+#include <QtWidgets>
+
 #include <array>
 #include <cerrno>
 #include <filesystem>

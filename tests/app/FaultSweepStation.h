@@ -8,6 +8,8 @@
 #include "support/Dialogs.h"
 #include "support/Sweep.h"
 
+#include <QtWidgets>
+
 #include <fstream>
 #include <memory>
 

@@ -5,6 +5,8 @@
 #include "tools/FontWindowPrivate.h"
 #include "tools/ImageWindowPrivate.h"
 
+#include <QtWidgets>
+
 #include <ctime>
 #include <fstream>
 
@@ -61,7 +63,7 @@ struct Desk {
 
     /// The path of a file that holds `text`.
     QString file(const std::string& text) const {
-        const QString path = folder.filePath(u"<b>hostile.chip"_s);
+        QString path = folder.filePath(u"<b>hostile.chip"_s);
         std::ofstream(path.toStdString(), std::ios::binary) << text;
         return path;
     }

@@ -2,6 +2,8 @@
 #include "simulator/BoardServer.h"
 #include "support/Sweep.h"
 
+#include <QtTest/QtTest>
+
 #include <array>
 #include <iostream>
 #include <random>
@@ -113,6 +115,7 @@ void hold(int rounds, void (*round)(Desk&)) {
     std::array<Desk, 8> desks;
     const auto run = [&](int count) {
         std::vector<std::jthread> threads;
+        threads.reserve(desks.size());
         for (Desk& desk : desks) {
             threads.emplace_back([&desk, round, count] {
                 for (int done = 0; done < count; ++done) {
