@@ -123,7 +123,7 @@ private Q_SLOTS:
         add("chip", "marks", chipFile("a" + times(million, "\u0301")));
         add("chip", "directions", chipFile(times(million, "\u202E\u2066\u05D0")));
         add("chip", "name", chipFile("ENDTEST", "name=<b>" + times(million, "n")));
-        add("chip", "string", chipFile("ENDTEST\n[strings]\n0=" + times(scale(15'000'000), "<i>")));
+        add("chip", "string", chipFile("ENDTEST\n[strings]\n0=" + times(scale(5'000'000), "<i>")));
         add("chip", "number", chipFile("ENDTEST", "pins=<b>" + times(million, "9")),
             "Invalid pins in the chip file: <b>99");
         add("chip", "no UTF-8", chipFile(times(million, "x") + "\xFF"),
