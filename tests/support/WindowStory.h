@@ -35,26 +35,30 @@ public:
 
     virtual ~WindowStory() { delete root; }
 
-    /// Watches the texts of labels and fields.
+    /// Watches the texts of labels and fields; "name.property" watches another property.
     void watchTexts(const QString& names) {
-        for (const QString& name : names.split(u' ')) {
-            views.push_back({"", [this, name = name.toLatin1()] {
-                                 return child<QObject>(*root, name).property("text").toString();
-                             }});
+        for (const QString& each : names.split(u' ')) {
+            const QByteArrayList words = each.toLatin1().split('.') << "text";
+            views.push_back(
+                {"", [this, words] {
+                     return child<QObject>(*root, words[0]).property(words[1]).toString();
+                 }});
         }
     }
 
-    /// Watches which controls are enabled: pairs of a letter and the name of the control.
-    void watchEnabled(const QString& controls) {
-        const auto enabled = [this, words = controls.split(u' ')] {
+    /// Watches which controls are enabled, or have another property: pairs of a letter and the name
+    /// of the control. What came is shown behind a +, what went behind a -.
+    void watchEnabled(const QString& controls, const char* property = "enabled",
+                      const char* name = "") {
+        const auto holders = [this, property, words = controls.split(u' ')] {
             QString letters;
             for (qsizetype i = 0; i < words.size(); i += 2) {
                 const auto& control = child<QObject>(*root, words[i + 1].toLatin1());
-                letters += control.property("enabled").toBool() ? words[i] : QString();
+                letters += control.property(property).toBool() ? words[i] : QString();
             }
             return letters;
         };
-        views.push_back({"", enabled, true});
+        views.push_back({name, holders, true});
     }
 
     /// Plays a story up to the first step that changes something else than it says.
@@ -99,7 +103,6 @@ public:
         {u"fill"_s, [this](auto& words) { fill(words[0].toLatin1(), words.mid(1).join(u' ')); }},
         {u"type"_s, [this](auto& words) { type(words[0].toLatin1(), words.mid(1).join(u' ')); }},
         {u"key"_s, [this](auto& words) { press(words[0]); }},
-        {u"times"_s, [this](auto& words) { repeat(words[0].toInt(), words[1]); }},
         {u"write"_s, [this](auto& words) { write(words[0], words.mid(1).join(u' ')); }},
         {u"drop"_s, [this](auto&) { QVERIFY(folder.remove()); }},
         {u"close"_s, [this](auto&) { told << (root->close() ? u"closes"_s : u"stays"_s); }},
@@ -185,12 +188,6 @@ private:
         QTest::keySequence(root, QKeySequence(keys));
     }
 
-    void repeat(int times, const QString& action) {
-        for (int time = 0; time < times; ++time) {
-            act(action);
-        }
-    }
-
     void write(const QString& name, const QString& words) {
         QFile file(folder.filePath(name));
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content(words).c_str()) >= 0);
@@ -198,24 +195,22 @@ private:
 
     /// The files of the folder that are new, have other content or are gone.
     QStringList fileChanges() {
-        std::map<QString, QString> now;
+        QMap<QString, QString> now;
         for (const QString& name : QDir(folder.path()).entryList(QDir::Files)) {
             QFile file(folder.filePath(name));
             const bool isOpen = file.open(QIODevice::ReadOnly);
             now[name] = isOpen ? described(file.readAll().toStdString()) : u"?"_s;
         }
         QStringList all;
-        for (const auto& [name, text] : now) {
-            const auto known = files.find(name);
-            if (known == files.end() || known->second != text) {
-                all << name + u' ' + text;
-            }
-        }
-        for (const auto& [name, text] : std::exchange(files, now)) {
+        for (const QString& name : now.keys() + files.keys()) {
             if (!now.contains(name)) {
                 all << u"no "_s + name;
+            } else if (files.value(name) != now[name]) {
+                all << name + u' ' + now[name];
             }
         }
+        files = now;
+        all.removeDuplicates();
         return all;
     }
 
@@ -239,7 +234,7 @@ private:
             const QString now = view.value();
             if (now != view.shown) {
                 const QString name = QString::fromUtf8(view.name);
-                all << (view.isSet      ? difference(view.shown, now)
+                all << (view.isSet      ? name + difference(view.shown, now)
                         : now.isEmpty() ? u"no "_s + (name.isEmpty() ? u"text"_s : name.trimmed())
                                         : name + now);
             }
@@ -255,8 +250,8 @@ private:
         return (now.isEmpty() ? u""_s : u'+' + now) + (before.isEmpty() ? u""_s : u'-' + before);
     }
 
-    QStringList asked;                ///< the questions so far
-    std::map<QString, QString> files; ///< what they held after the last step
+    QStringList asked;            ///< the questions so far
+    QMap<QString, QString> files; ///< what they held after the last step
 };
 
 } // namespace pivex::testing

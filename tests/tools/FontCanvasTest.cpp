@@ -1,6 +1,5 @@
 #include "tools/FontCanvas.h"
 
-#include <QPainter>
 #include <QtTest>
 
 using namespace pivex;
@@ -12,7 +11,6 @@ constexpr QRgb background = 0xff1c2427;
 constexpr QRgb lit = 0xffe1e8eb;
 constexpr QRgb unlit = 0xff30393d;
 constexpr QRgb outline = 0xff526068;
-constexpr QRgb caption = 0xffaeb8bd;
 
 /// A font in which no two glyphs, rows or columns look alike.
 FontDocument patterned(const QSize& size, int glyphs) {
@@ -25,30 +23,28 @@ FontDocument patterned(const QSize& size, int glyphs) {
     return font;
 }
 
-/// An image of the background alone.
-QImage blank(const QSize& size) {
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(background);
-    return image;
+QImage screenOf(FontCanvas& canvas, const QRect& area) {
+    return canvas.grab(area).toImage().convertToFormat(QImage::Format_RGB32);
 }
 
-QImage screenOf(FontCanvas& canvas) {
-    return canvas.grab().toImage().convertToFormat(QImage::Format_RGB32);
-}
-
-/// Draws the squares of `cell` screen pixels that `glyph` consists of, the first at `origin`.
-void drawGlyph(QImage& image, const FontDocument& font, int glyph, QPoint origin, int cell,
-               bool hasOutline) {
-    QPainter painter(&image);
+/// Whether the middles of the squares of `cell` screen pixels from `origin` on show the glyph.
+bool shows(const QImage& screen, const FontDocument& font, int glyph, QPoint origin, int cell) {
+    bool isRight = true;
     for (int at = 0; at < font.width * font.height; ++at) {
         const QPoint pixel(at / font.height, at % font.height);
-        const QRect square(origin + pixel * cell, QSize(cell, cell));
-        const int index = glyph * font.width + pixel.x();
-        const int column = font.columns.at(static_cast<std::size_t>(index));
-        const QColor color((column << pixel.y() & 1 << (font.height - 1)) != 0 ? lit : unlit);
-        painter.fillRect(square, hasOutline ? QColor(outline) : color);
-        painter.fillRect(hasOutline ? square.adjusted(1, 1, -1, -1) : square, color);
+        const auto index = static_cast<std::size_t>(glyph * font.width + pixel.x());
+        const bool isLit = (font.columns.at(index) << pixel.y() & 1 << (font.height - 1)) != 0;
+        const QPoint middle = origin + pixel * cell + QPoint(cell / 2, cell / 2);
+        isRight = isRight && screen.pixel(middle) == (isLit ? lit : unlit);
     }
+    return isRight;
+}
+
+/// How many pixels are not background.
+qsizetype painted(const QImage& image) {
+    const auto* pixels = reinterpret_cast<const QRgb*>(image.constBits());
+    const qsizetype count = image.sizeInBytes() / 4;
+    return count - std::count(pixels, pixels + count, background);
 }
 
 void click(FontCanvas& canvas, QPointF at, Qt::MouseButton button = Qt::LeftButton) {
@@ -64,7 +60,7 @@ class FontCanvasTest : public QObject {
 
 private Q_SLOTS:
 
-    void editorStandsCentred() {
+    void editorStandsCentredAndTakesClicks() {
         // The sizes of font and canvas, the size of a cell and the corner of the first.
         const std::array<int, 7> cases[] = {
             {8, 8, 600, 400, 32, 172, 72},  // the largest cell
@@ -77,36 +73,41 @@ private Q_SLOTS:
             OpenFont open{patterned({fontWidth, fontHeight}, 3), 2};
             FontCanvas canvas(open, FontCanvas::Role::Editor);
             canvas.resize(width, height);
-            QImage expected = blank(canvas.size());
-            drawGlyph(expected, *open.font, 2, {x, y}, cell, cell >= 4);
-            QCOMPARE(screenOf(canvas), expected);
+            const QImage screen = screenOf(canvas, canvas.rect());
+            QVERIFY(shows(screen, *open.font, 2, {x, y}, cell));
+            QCOMPARE(screen.pixel(x, y) == outline, cell >= 4);
+            QCOMPARE(screen.pixel(x - 1, y), background);
+            QCOMPARE(screen.pixel(x, y + fontHeight * cell), background);
+            int edits = 0;
+            canvas.onEdited([&edits] { ++edits; });
+            const QPointF first(x, y);
+            const QPointF last(x + fontWidth * cell - 1, y + fontHeight * cell - 1);
+            for (const QPointF outside : {first - QPointF(0.6, 0), first - QPointF(0, 0.6),
+                                          last + QPointF(0.6, 0), last + QPointF(0, 0.6)}) {
+                click(canvas, outside);
+            }
+            click(canvas, last, Qt::RightButton);
+            QCOMPARE(edits, 0);
+            Bytes toggled = open.font->columns;
+            toggled.back() ^= 1;
+            click(canvas, last + QPointF(0.4, 0.4));
+            QCOMPARE(open.font->columns, toggled);
+            QCOMPARE(edits, 1);
         }
     }
 
-    void clicksToggleTheirPixel() {
-        // Where, and in which column and row; a row of -1 stands for nowhere.
-        const std::tuple<double, double, int, int> cases[] = {
-            {12, 24, 0, 0},      {171, 247, 4, 6}, {11.6, 55.6, 0, 1}, {171.4, 55.4, 4, 0},
-            {171.6, 100, 0, -1}, {11, 100, 0, -1}, {100, 23, 0, -1},   {100, 248, 0, -1},
-        };
-        const FontDocument before = patterned({5, 7}, 3);
-        for (const auto& [x, y, column, row] : cases) {
-            OpenFont open{before, 1};
-            FontCanvas canvas(open, FontCanvas::Role::Editor);
-            int edits = 0;
-            canvas.onEdited([&edits] { ++edits; });
-            // Cells of 32 reach from (12, 24) to (171, 247).
-            canvas.resize(184, 272);
-            Bytes after = before.columns;
-            after.at(std::size_t{5} + static_cast<std::size_t>(column)) ^=
-                static_cast<std::uint8_t>(row < 0 ? 0 : 0x40 >> row);
-            click(canvas, {x, y});
-            click(canvas, {x, y}, Qt::RightButton);
-            QCOMPARE(open.font->columns, after);
-            click(canvas, {x, y});
-            QCOMPARE(open.font->columns, before.columns);
-            QCOMPARE(edits, row < 0 ? 0 : 2);
+    void keysToggleUnderTheCursor() {
+        OpenFont open{FontDocument{.name = "Test", .width = 3, .height = 2, .columns = Bytes(6)},
+                      1};
+        FontCanvas canvas(open, FontCanvas::Role::Editor);
+        for (const Qt::Key key : {Qt::Key_End, Qt::Key_Space, Qt::Key_Down, Qt::Key_Return}) {
+            QTest::keyClick(&canvas, key);
         }
+        QCOMPARE(open.font->columns, (Bytes{0, 0, 0, 0, 0, 3}));
+        QCOMPARE(canvas.accessibleDescription(), u"Column 3, row 2, set"_s);
+        open.font->width = 1; // another font: the cursor stays inside
+        QTest::keyClick(&canvas, Qt::Key_Up);
+        QCOMPARE(canvas.accessibleDescription(), u"Column 1, row 1, clear"_s);
     }
 
     void previewShowsEveryGlyph() {
@@ -121,62 +122,32 @@ private Q_SLOTS:
             FontCanvas canvas(open, FontCanvas::Role::Preview);
             const QSize step = QSize(fontWidth, fontHeight) * scale + QSize(12, 24);
             const int height = (glyphs + perRow - 1) / perRow * step.height() + 16;
-            canvas.resize(width, height);
             canvas.showFont();
+            canvas.resize(width, height);
+            const QImage image = screenOf(canvas, canvas.rect());
             QCOMPARE(canvas.minimumHeight(), height);
-            const QImage image = screenOf(canvas);
-            QImage expected = blank(canvas.size());
-            for (int glyph = 0; glyph < glyphs; ++glyph) {
+            for (int glyph = 0; glyph < glyphs && perRow > 1; ++glyph) {
                 const QPoint origin(8 + glyph % perRow * step.width(),
                                     8 + glyph / perRow * step.height());
-                drawGlyph(expected, *open.font, glyph, origin, scale, false);
-                // The captions are as the toolkit draws them, but there they must be.
-                const QRect captions(0, origin.y() + fontHeight * scale, width, 20);
-                QVERIFY(image.copy(origin.x(), captions.y(), 9, 20) != blank({9, 20}));
-                QPainter(&expected).drawImage(captions, image, captions);
+                QVERIFY(shows(image, *open.font, glyph, origin, scale));
+                QVERIFY(painted(image.copy(origin.x(), origin.y() + fontHeight * scale,
+                                           step.width(), 20)) > 0);
             }
-            QCOMPARE(image, expected);
             // Painting only a part shows the same there.
             for (const QRect area : {QRect(100, 39, 30, 64), QRect(0, height - 6, width, 6)}) {
                 const QRect part = area.intersected(image.rect());
-                QCOMPARE(canvas.grab(part).toImage().convertToFormat(image.format()),
-                         image.copy(part));
+                QCOMPARE(screenOf(canvas, part), image.copy(part));
             }
         }
-    }
-
-    void sizesFollowTheFont() {
-        OpenFont open;
-        FontCanvas editor(open, FontCanvas::Role::Editor);
-        FontCanvas preview(open, FontCanvas::Role::Preview);
-        const auto sizes = [&] {
-            editor.showFont();
-            preview.showFont();
-            return QList<QSize>{editor.minimumSize(), preview.minimumSize()};
-        };
-        QCOMPARE(preview.minimumSize(), QSize(120, 80));
-        QCOMPARE(sizes(), (QList<QSize>{{120, 180}, {120, 120}}));
-        preview.show();
-        preview.resize(160, 200);
-        open.font = patterned({97, 8}, 2);
-        QCOMPARE(sizes(), (QList<QSize>{{121, 180}, {120, 80}}));
-        preview.resize(234, 200); // room for both glyphs beside each other
-        QCOMPARE(preview.minimumHeight(), 48);
-        open.font = patterned({96, 8}, 2);
-        QCOMPARE(sizes().first(), QSize(120, 180));
     }
 
     void noFontIsSaid() {
         OpenFont open;
         for (const auto role : {FontCanvas::Role::Editor, FontCanvas::Role::Preview}) {
             FontCanvas canvas(open, role);
-            canvas.onEdited([] { QFAIL("edited without a font"); });
             canvas.resize(400, 300);
-            const QImage image = screenOf(canvas);
-            const auto* pixels = reinterpret_cast<const QRgb*>(image.constBits());
-            QVERIFY(std::count(pixels, pixels + image.sizeInBytes() / 4, caption) > 20);
-            QCOMPARE(image.copy(0, 0, 400, 12), blank({400, 12}));
             click(canvas, {200, 150});
+            QVERIFY(painted(screenOf(canvas, canvas.rect())) > 20);
         }
     }
 };

@@ -1,11 +1,7 @@
 #include "tools/FontDocument.h"
 
-#include "support/Examples.h"
 #include "support/TextCases.h"
 #include "support/Thrown.h"
-#include "tools/FontUploadPlan.h"
-
-#include <set>
 
 using namespace pivex;
 
@@ -58,47 +54,14 @@ private Q_SLOTS:
         });
     }
 
-    void keepsEveryColumnOfEveryHeight() {
-        for (int height = 1; height <= 8; ++height) {
-            FontDocument font{"All", 2, height, Bytes(256)};
-            for (std::size_t at = 0; at < font.columns.size(); ++at) {
-                font.columns[at] = static_cast<std::uint8_t>(at & ((1U << height) - 1));
-            }
-            QCOMPARE(font.glyphCount(), 128);
-            QVERIFY(font.text().find("# Glyph 95 - Glyph 95\n") != std::string::npos);
-            QCOMPARE(parseFont(font.text()), font);
-        }
-    }
-
-    void writesWhatIsNoFontYet() {
-        QCOMPARE(FontDocument().text(), "name=\nwidth=0\nheight=0\nsize=0\n\n[data]\n");
-        QCOMPARE((FontDocument{"x", 2, 2, {1, 2, 3}}.text()),
-                 "name=x\nwidth=2\nheight=2\nsize=3\n\n[data]\n\n# Glyph 0 - Space\n0b01, 0b10\n");
-    }
-
     void holdsAtMost65535Columns() {
         FontDocument font{"Big", 65535, 8, Bytes(65535, 0xA5)};
-        QVERIFY(font.text().size() <= maxFontFileBytes);
         QCOMPARE(parseFont(font.text()), font);
         QCOMPARE(thrownText([&] { parseFont(font.text() + "0b00000000"); }),
                  "Font exceeds 65535 columns.");
-    }
-
-    void examplesAreComplete() {
-        const auto examples = exampleFiles("/fonts", "*");
-        QVERIFY(examples.size() >= 2);
-        for (const auto& [name, text] : examples) {
-            const FontDocument font = parseFont(text);
-            QCOMPARE(font.text(), text);
-            QVERIFY2(!fontUploadPlan(font, 0).empty(), name);
-            // No two characters look the same, and only the space is empty.
-            std::set<Bytes> shapes;
-            for (auto at = font.columns.begin(); at != font.columns.end(); at += font.width) {
-                shapes.emplace(at, at + font.width);
-            }
-            QCOMPARE(shapes.size(), std::size_t{printableGlyphs});
-            QCOMPARE(font.glyphCount(), printableGlyphs);
-        }
+        font.width = 1;
+        QVERIFY(font.text().find("# Glyph 94 - ~\n0b10100101\n\n# Glyph 95 - Glyph 95\n") !=
+                std::string::npos);
     }
 };
 

@@ -3,6 +3,7 @@
 #include "ToolStory.h"
 #include "tools/FontDocument.h"
 
+#include <QLabel>
 #include <QListView>
 #include <QScrollBar>
 
@@ -17,24 +18,19 @@ struct Scene : ToolStory<FontSlots, 0> {
         verbs.merge(Verbs{
             {u"glyph"_s,
              [this](auto& words) {
-                 glyphs().setCurrentIndex(glyphs().model()->index(words[0].toInt(), 0));
+                 auto& glyphs = child<QListView>(*root, "glyphList");
+                 glyphs.setCurrentIndex(glyphs.model()->index(words[0].toInt(), 0));
+                 told << glyphs.currentIndex().data().toString();
              }},
-            {u"click"_s, [this](auto& words) { click(words[0].toInt(), words[1].toInt()); }},
-            {u"scroll"_s, [this](auto&) { scroll(); }},
-            {u"glyphs"_s, [this](auto&) { told << captions(); }},
+            {u"information"_s,
+             [this](auto&) { told << child<QLabel>(*root, "informationLabel").text(); }},
+            {u"toggle"_s, [this](auto&) { toggle(); }},
+            {u"scroll"_s, [this](auto&) { scrollBar().setValue(100); }},
         });
-        views.push_back({"", [this] { return described(text()); }});
-        views.push_back(
-            {"", [this] { return child<QListWidget>(*root, "slotList").currentItem()->text(); }});
-        views.push_back({"scrolled ", [this] {
-                             return u"%1 %2"_s.arg(pane().verticalScrollBar()->value())
-                                 .arg(pane().horizontalScrollBar()->value());
-                         }});
-        // The text is for reading only, so that keeping its changes would be waste.
-        views.push_back({"undo ", [this] {
-                             return pane().document()->isUndoAvailable() ? u"offered"_s : QString();
-                         }});
-        watchTexts(u"fontNameLabel glyphLabel statusLabel"_s);
+        watchDocument();
+        views.push_back({"scrolled ", [this] { return QString::number(scrollBar().value()); }});
+        watchTexts(u"fontNameLabel glyphLabel statusLabel "
+                   "textPane.undoRedoEnabled"_s);
         watchEnabled(
             u"s saveButton a saveAsButton g glyphList R refreshButton S saveBoardButton D deleteButton"_s);
     }
@@ -44,11 +40,8 @@ struct Scene : ToolStory<FontSlots, 0> {
                 .refresh = [this] { told << u"refreshes"_s; },
                 .write =
                     [this](const auto& plan) {
-                        const bool isDeletion = plan == fontDeletionPlan(selected());
-                        const bool isRight =
-                            isDeletion || plan == fontUploadPlan(parseFont(text()), selected());
-                        told << (isDeletion ? u"deletes %1"_s : u"saves %1"_s)
-                                    .arg(isRight ? selected() : -1);
+                        told << (plan.size() == 1 ? u"deletes %1"_s : u"saves %1"_s)
+                                    .arg(plan.front().payload.back());
                     }};
     }
 
@@ -56,17 +49,11 @@ struct Scene : ToolStory<FontSlots, 0> {
         updateLinuxFontWindow(root, known, message);
     }
 
-    /// A font of the words' name and size, 5x7x95 for 95 glyphs, without any lit pixel.
+    /// A font of the words' name, width, height and number of glyphs, without any lit pixel.
     std::string content(const QString& words) override {
-        const QStringList size = words.section(u' ', 1).split(u'x');
-        if (size.size() < 3) {
-            return words.toStdString();
-        }
-        FontDocument font{.name = words.section(u' ', 0, 0).toStdString(),
-                          .width = size[0].toInt(),
-                          .height = size[1].toInt(),
-                          .columns = {}};
-        font.columns.resize(size[0].toUInt() * std::size_t{size[2].toUInt()});
+        const QStringList each = words.split(u' ');
+        FontDocument font{each[0].toStdString(), each[1].toInt(), each[2].toInt(), {}};
+        font.columns.resize(each[1].toUInt() * std::size_t{each[3].toUInt()});
         return font.text();
     }
 
@@ -82,35 +69,15 @@ struct Scene : ToolStory<FontSlots, 0> {
         return all;
     }
 
-    QPlainTextEdit& pane() { return child<QPlainTextEdit>(*root, "textPane"); }
+    QScrollBar& scrollBar() const {
+        return *child<QPlainTextEdit>(*root, "textPane").verticalScrollBar();
+    }
 
-    QListView& glyphs() { return child<QListView>(*root, "glyphList"); }
-
-    /// The information, how many glyphs there are, what some are called and which is selected.
-    QString captions() {
-        QString texts =
-            child<QObject>(*root, "informationLabel").property("text").toString() + u',';
-        for (const int row : {0, 1, 94, 95}) {
-            texts += u' ' + glyphs().model()->index(row, 0).data().toString();
+    /// Toggles the pixel under the cursor of the glyph and goes on to the right.
+    void toggle() {
+        for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Right}) {
+            QTest::keyClick(&child<QWidget>(*root, "glyphEditor"), key);
         }
-        return texts +
-               u", %1 of %2"_s.arg(glyphs().currentIndex().row()).arg(glyphs().model()->rowCount());
-    }
-
-    void scroll() {
-        root->resize(600, 700); // narrow enough for a line to be scrolled sideways
-        QCoreApplication::processEvents();
-        pane().verticalScrollBar()->setValue(100);
-        pane().horizontalScrollBar()->setValue(40);
-    }
-
-    /// Clicks the middle of pixel (column, row) of an 8 x 8 font.
-    void click(int column, int row) {
-        auto& canvas = child<QWidget>(*root, "glyphEditor");
-        const int cell = std::min({32, (canvas.width() - 24) / 8, (canvas.height() - 48) / 8});
-        const QPoint origin((canvas.width() - 8 * cell) / 2, (canvas.height() - 8 * cell) / 2);
-        QTest::mouseClick(&canvas, Qt::LeftButton, {},
-                          origin + QPoint(column, row) * cell + QPoint(cell / 2, cell / 2));
     }
 };
 
@@ -121,92 +88,36 @@ class FontWindowTest : public QObject {
 
 private Q_SLOTS:
 
-    void showsFontAndSlots() {
+    void changesTheBoardWhenThatIsAgreedOn() {
         Scene().play(R"(
-            look => Font Manager; No font file loaded.; Slot 0 Not read; scrolled 0 0; No font file
-                loaded; Glyph 0 ASCII 32; No slot information read yet.; +R
-            glyphs => Name: — Width: — pixels Height: — pixels Glyphs: — Columns per glyph: —
-                Declared size: — Loaded columns: —, SP ! ~ , 0 of 95
-            write a.txt Sample<b> 5x7x97 => a.txt Sample<b> 5x7x97
+            look => Font Manager; No font file loaded.; Slot 0 Not read; scrolled 0; No font file
+                loaded; Glyph 0 ASCII 32; No slot information read yet.; false; +R
+            information => Name: — Width: — pixels Height: — pixels Glyphs: — Columns per glyph: —
+                Declared size: — Loaded columns: —
+            write a.txt Sample<b> 5 7 97 => a.txt Sample<b> 5x7x97
             openButton | /a.txt => ? Open Font; Sample<b> 5x7x97; Sample<b>; +sag
-            glyphs => Name: Sample<b> Width: 5 pixels Height: 7 pixels Glyphs: 97 Columns per glyph:
-                5 Declared size: 485 Loaded columns: 485, SP ! ~ 95, 0 of 97
-            glyph 96 => Glyph 96 ASCII 128
-            write b.txt Small 5x7x3 => b.txt Small 5x7x3
-            openButton | /b.txt => ? Open Font; Small 5x7x3; Small; Glyph 0 ASCII 32
-            unready => -R
-            ready => +R
+            information => Name: Sample<b> Width: 5 pixels Height: 7 pixels Glyphs: 97 Columns per
+                glyph: 5 Declared size: 485 Loaded columns: 485
+            glyph 0 => SP
+            glyph 94 => ~; Glyph 94 ASCII 126
+            glyph 96 => 96; Glyph 96 ASCII 128
             refreshButton => refreshes
             slot 0 => Slot 0 Empty; +S
             slot 1 <i>Old</i> %1 => Slot 1 <i>Old</i> %1; +D
             says Disconnected. => Disconnected.
             forget => Slot 1 Not read; -SD
-        )");
-    }
-
-    void makesAndEditsFonts() {
-        Scene().play(R"(
-            newButton | OK after fill nameEdit \t | OK | OK after fill nameEdit \tGröße\nzwei after
-                fill widthBox 3 after fill glyphsBox 1000 => ? New Font; ? New Font: Enter a font
-                name.; ? New Font; Font Manager *; Größe zwei 3x8x224; Größe zwei; +sag
-            saveButton | Escape => ? Save Font
-            write a.txt Sample 8x8x95 => a.txt Sample 8x8x95
-            openButton | /a.txt | Discard => ? Open Font; ? Unsaved font: Save your font changes
-                before continuing? [Cancel]; Font Manager; Sample 8x8x95; Sample
-            glyph 33 => Glyph 33 ASCII 65
-            scroll => scrolled 100 40
-            click 2 0 => Font Manager *; Sample 8x8x95 266=128
-            click 7 7 => Sample 8x8x95 266=128 271=1
-            openButton | /a.txt | Discard => ? Open Font; ? Unsaved font [Cancel]; Font Manager;
-                Sample 8x8x95; scrolled 0 0; Glyph 0 ASCII 32
-        )");
-    }
-
-    void savesAndOpens() {
-        Scene scene;
-        QFile file(scene.folder.filePath(u"large.bad"_s));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(4'000'001));
-        scene.play(R"(
-            write a.txt Ωmega 8x8x1 => a.txt Ωmega 8x8x1
-            openButton | /a.txt => ? Open Font; Ωmega 8x8x1; Ωmega; +sag
-            click 0 0 => Font Manager *; Ωmega 8x8x1 0=128
-            saveButton => a.txt Ωmega 8x8x1 0=128; Font Manager
-            saveAsButton | /b => ? Save Font; b.txt Ωmega 8x8x1 0=128
-            click 1 1 => Font Manager *; Ωmega 8x8x1 0=128 1=64
-            saveAsButton | /missing/c.txt | OK => ? Save Font; ? Font Manager: No such file or
-                directory
-            write text.bad Hello => text.bad Hello
-            openButton | /text.bad | OK => ? Open Font; ? Font Manager: Missing font name, width,
-                height, size, or [data].
-            openButton | /large.bad | OK => ? Open Font; ? Font Manager: Font file is too large
-                (maximum 4 MB).
-            openButton | /b.txt | Save => ? Open Font; ? Unsaved font: Save your font changes before
-                continuing? [Cancel]; b.txt Ωmega 8x8x1 0=128 1=64; Font Manager
-            newButton | Escape => ? New Font
-            click 2 2 => Font Manager *; Ωmega 8x8x1 0=128 1=64 2=32
-            newButton | Return => ? Unsaved font [Cancel]
-            close | Escape => stays; ? Unsaved font [Cancel]
-            drop => no a.txt; no b.txt; no large.bad; no text.bad
-            close | Save | OK => stays; ? Unsaved font [Cancel]; ? Font Manager
-            close | Discard => closes; ? Unsaved font [Cancel]; closed
-        )");
-    }
-
-    void changesTheBoardWhenThatIsAgreedOn() {
-        Scene().play(R"(
-            slot 3 <i>Old</i> %1 => Slot 3 <i>Old</i> %1; +D
+            slot 3 <i>Old</i> %1 => Slot 3 <i>Old</i> %1; +SD
             deleteButton | Return => ? Delete Font: Delete the font in PCB slot 3? Current slot:
                 <i>Old</i> %1 This permanently changes PCB storage. Local font files are unchanged.
                 [Cancel]
-            write a.txt Big 1x1x256 => a.txt Big 1x1x256
-            openButton | /a.txt => ? Open Font; Big 1x1x256; Big; +sagS
+            write b.txt Big 1 1 256 => b.txt Big 1x1x256
+            openButton | /b.txt => ? Open Font; Big 1x1x256; Big; Glyph 0 ASCII 32
             saveBoardButton | OK => ? Font Manager: Font dimensions or slot exceed PCB limits.
             newButton | OK => ? New Font; Font Manager *; New Font 8x8x95; New Font
             slot 1 => Slot 1 Empty; -D
             saveBoardButton | Return => ? Save Font to Pivex: Save the current font in PCB slot 1?
                 Current slot: Empty This permanently changes PCB storage. Local font files are
                 unchanged. [Cancel]
-            saveBoardButton | Escape => ? Save Font to Pivex [Cancel]
             saveBoardButton | Yes => saves 1; ? Save Font to Pivex [Cancel]; Saving font to selected
                 slot…
             saveBoardButton | Yes after busy => ? Save Font to Pivex [Cancel]
@@ -215,10 +126,7 @@ private Q_SLOTS:
             saveBoardButton | Yes after slot 2 New => ? Save Font to Pivex: Save the current font in
                 PCB slot 2? Current slot: Empty This permanently changes PCB storage. Local font
                 files are unchanged. [Cancel]; Slot 2 New; +D
-            saveBoardButton | Yes after forget => ? Save Font to Pivex: Save the current font in PCB
-                slot 2? Current slot: New This permanently changes PCB storage. Local font files are
-                unchanged. [Cancel]; Slot 2 Not read; -SD
-            slot 4 Old => Slot 4 Old; +SD
+            slot 4 Old => Slot 4 Old
             deleteButton | Yes after slot 4 New => ? Delete Font: Delete the font in PCB slot 4?
                 Current slot: Old This permanently changes PCB storage. Local font files are
                 unchanged. [Cancel]; Slot 4 New
@@ -226,6 +134,46 @@ private Q_SLOTS:
                 slot: New This permanently changes PCB storage. Local font files are unchanged.
                 [Cancel]; Deleting font from selected slot…
             unready => -RSD
+        )");
+    }
+
+    void makesEditsSavesAndOpens() {
+        Scene scene;
+        QFile file(scene.folder.filePath(u"large.bad"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(4'000'001));
+        scene.play(R"(
+            newButton | OK after fill nameEdit \t | OK | OK after fill nameEdit \tGröße\nzwei after
+                fill widthBox 3 after fill glyphsBox 1000 => ? New Font; ? New Font: Enter a font
+                name.; ? New Font; Font Manager *; Größe zwei 3x8x224; Größe zwei; +sag
+            saveButton | Escape => ? Save Font
+            write a.txt Sample 8 8 95 => a.txt Sample 8x8x95
+            openButton | /a.txt | Discard => ? Open Font; ? Unsaved font: Save your font changes
+                before continuing? [Cancel]; Font Manager; Sample 8x8x95; Sample
+            glyph 33 => A; Glyph 33 ASCII 65
+            scroll => scrolled 100
+            toggle => Font Manager *; Sample 8x8x95 264=128
+            toggle => Sample 8x8x95 264=128 265=128
+            openButton | /a.txt | Discard => ? Open Font; ? Unsaved font [Cancel]; Font Manager;
+                Sample 8x8x95; scrolled 0; Glyph 0 ASCII 32
+            write b.txt Ωmega 8 8 1 => b.txt Ωmega 8x8x1
+            openButton | /b.txt => ? Open Font; Ωmega 8x8x1; Ωmega
+            toggle => Font Manager *; Ωmega 8x8x1 2=128
+            saveButton => b.txt Ωmega 8x8x1 2=128; Font Manager
+            saveAsButton | /c => ? Save Font; c.txt Ωmega 8x8x1 2=128
+            toggle => Font Manager *; Ωmega 8x8x1 2=128 3=128
+            saveAsButton | /missing/d.txt | OK => ? Save Font; ? Font Manager: No such file or
+                directory
+            openButton | /large.bad | OK => ? Open Font; ? Font Manager: Font file is too large
+                (maximum 4 MB).
+            openButton | /c.txt | Save => ? Open Font; ? Unsaved font [Cancel]; c.txt Ωmega 8x8x1
+                2=128 3=128; Font Manager
+            newButton | Escape => ? New Font
+            toggle => Font Manager *; Ωmega 8x8x1 2=128 3=128 4=128
+            newButton | Return => ? Unsaved font [Cancel]
+            close | Escape => stays; ? Unsaved font [Cancel]
+            drop => no a.txt; no b.txt; no c.txt; no large.bad
+            close | Save | OK => stays; ? Unsaved font [Cancel]; ? Font Manager
+            close | Discard => closes; ? Unsaved font [Cancel]; closed
         )");
     }
 };

@@ -1,10 +1,10 @@
 #include "tools/SettingsWindow.h"
 
 #include "ToolStory.h"
+#include "support/Hex.h"
 
-#include <QAbstractItemView>
-#include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 
 using namespace pivex;
 using namespace pivex::testing;
@@ -36,30 +36,24 @@ struct Scene : ToolStory<FontSlots, 0> {
             {u"link"_s, [this](auto& words) { connected = words[0] == u"up"_s, push(); }},
             {u"refuse"_s, [this](auto& words) { refusal = words.join(u' ').toStdString(); }},
             {u"choose"_s, [this](auto& words) { fonts->setCurrentIndex(words[0].toInt()); }},
-            {u"popup"_s, [this](auto&) { fonts->showPopup(); }},
         });
-        views.push_back({"", [this] { return look(); }});
-        views.push_back(
-            {"message ", [this] {
-                 return isShown("fontMessageLabel")
-                            ? child<QObject>(*root, "fontMessageLabel").property("text").toString()
-                            : QString();
-             }});
-        views.push_back({"choice ", [this] { return fonts->currentText(); }});
-        views.push_back({"popup ", [this] {
-                             return QString(fonts->view()->isVisible() ? u"open"_s : QString());
+        watchEnabled(u"L logoBox E ledsBox A auxBox s slowButton m mediumButton f fastButton "
+                     "D fontBox S setFontButton R refreshButton"_s);
+        watchEnabled(u"L logoBox E ledsBox A auxBox s slowButton m mediumButton f fastButton"_s,
+                     "checked", "checked ");
+        watchEnabled(u"L logoBox E ledsBox A auxBox"_s, "tristate", "unknown ");
+        watchEnabled(u"D fontBox S setFontButton"_s, "visible", "shown ");
+        views.push_back({"message ", [this] {
+                             const auto& label = child<QLabel>(*root, "fontMessageLabel");
+                             return label.isVisible() ? label.text() : QString();
                          }});
-        watchTexts(u"currentFontLabel statusLabel"_s);
+        watchTexts(u"fontBox.currentText currentFontLabel statusLabel"_s);
     }
 
     QString summary(const std::string& /*text*/) override { return {}; }
 
     void take(const Bytes& bytes) {
-        QStringList numbers;
-        for (const std::uint8_t byte : bytes) {
-            numbers << QString::number(byte);
-        }
-        told << u"asks "_s + numbers.join(u' ');
+        told << u"asks "_s + QString::fromLatin1(toHex(bytes));
         if (!refusal.empty()) {
             throw std::runtime_error(refusal);
         }
@@ -79,30 +73,6 @@ struct Scene : ToolStory<FontSlots, 0> {
     void push(const QString& message = {}, bool unfreeze = false) override {
         updateLinuxSettingsWindow(root, known, message, unfreeze);
     }
-
-    bool isShown(const char* name) const { return child<QWidget>(*root, name).isVisibleTo(root); }
-
-    /// What the controls show: a letter for each, in lower case while it is disabled. Boxes: C
-    /// checked, U unchecked, P partial. Speeds: the initial when checked, else X. Then D for the
-    /// drop-down, S for "Set Default Font" (both - while hidden) and R for "Refresh".
-    QString look() const {
-        QString text;
-        const auto add = [&](const char* name, QChar letter) {
-            text += child<QWidget>(*root, name).isEnabled() ? letter : letter.toLower();
-        };
-        for (const char* name : {"logoBox", "ledsBox", "auxBox"}) {
-            const auto& box = child<QCheckBox>(*root, name);
-            add(name, box.isTristate() ? u'P' : u"UPC"[box.checkState()]);
-        }
-        for (const char* name : {"slowButton", "mediumButton", "fastButton"}) {
-            const auto& button = child(*root, name);
-            add(name, button.isChecked() ? button.text().at(0) : u'X');
-        }
-        add("fontBox", isShown("fontBox") ? u'D' : u'-');
-        add("setFontButton", isShown("setFontButton") ? u'S' : u'-');
-        add("refreshButton", u'R');
-        return text;
-    }
 };
 
 } // namespace
@@ -114,21 +84,23 @@ private Q_SLOTS:
 
     void followsTheBoard() {
         Scene().play(R"(
-            look => pppxxxdsR; choice One; Connect to Pivex to load settings.
+            look => +R; checked +LEA; unknown +LEA; shown +DS; One; Connect to Pivex to load
+                settings.
             logoBox =>
-            refreshButton => asks 0; pppxxxdsr; Loading Pivex settings and fonts…
-            board 12011 => rebuilt; UCCxxfDsR; Current: One
-            auxBox => asks 1 6 0; uccxxfdsr; Updating Pivex settings…
-            link down => uccxxf--r; message Connect to Pivex to change the default font.
-            fails Disconnected. => rebuilt; pppxxx--r; no text; Disconnected.
-            link up => pppxxxdsR; no message
-            board 10011 => rebuilt; UCCsxxDsR; Current: One
-            unready => uccsxxdsr
-            ready => UCCsxxDsR
-            forget => UCCsxx--R; message No fonts are currently saved on Pivex.; no choice; Current
-                slot: 1 (no saved font)
-            refreshButton => asks 0; uccsxx--r; message Loading saved font slots…; Loading Pivex
+            refreshButton => asks 00; -R; Loading Pivex settings and fonts…
+            board 12011 => rebuilt; +LEADR; checked +f-L; unknown -LEA; Current: One
+            auxBox => asks 010600; -LEADR; Updating Pivex settings…
+            link down => shown -DS; message Connect to Pivex to change the default font.
+            fails Disconnected. => rebuilt; checked +L-f; unknown +LEA; no text; Disconnected.
+            link up => +R; shown +DS; no message
+            board 10011 => rebuilt; +LEAD; checked +s-L; unknown -LEA; Current: One
+            unready => -LEADR
+            ready => +LEADR
+            forget => -D; shown -DS; message No fonts are currently saved on Pivex.; no text;
+                Current slot: 1 (no saved font)
+            refreshButton => asks 00; -LEAR; message Loading saved font slots…; Loading Pivex
                 settings and fonts…
+            closeButton => closed
         )");
     }
 
@@ -145,33 +117,29 @@ private Q_SLOTS:
 
     void asksForEveryChange() {
         Scene().play(R"(
-            board 01004 => rebuilt; CCUXMXDsR; choice Four; Current: Four
+            board 01004 => rebuilt; +LEAsmfD; checked +m-A; unknown -LEA; Four; Current: Four
             mediumButton =>
             setFontButton =>
-            logoBox => asks 1 2 1; ccuxmxdsr; Updating Pivex settings…
+            logoBox => asks 010201; -LEAsmfDR; Updating Pivex settings…
             logoBox =>
-            with 11004 fastButton => rebuilt; UCUxmxDsR
-            logoBox => asks 1 2 0; ucuxmxdsr
-            with 01004 ledsBox => rebuilt; asks 1 5 1; ccuxmxdsr
-            with 01104 ledsBox => rebuilt; asks 1 5 0; cuuxmxdsr
-            with 01004 auxBox => rebuilt; asks 1 6 1; ccuxmxdsr
-            with 01014 auxBox => rebuilt; asks 1 6 0; cccxmxdsr
-            with 01004 slowButton => rebuilt; asks 1 3 0; ccuxmxdsr
-            with 00004 fastButton => rebuilt; asks 1 3 2; ccusxxdsr
-            board 02004 => rebuilt; CCUXXFDsR
-            choose 0 => CCUXXFDSR; choice One
-            setFontButton => asks 1 7 1; ccuxxfdsr
+            with 11004 fastButton => rebuilt; +LEADR; checked -L
+            logoBox => asks 010200; -LEADR
+            with 01004 ledsBox => rebuilt; asks 010501; checked +L
+            with 01104 ledsBox => rebuilt; asks 010500; checked -E
+            with 01004 auxBox => rebuilt; asks 010601; checked +E
+            with 01014 auxBox => rebuilt; asks 010600; checked +A
+            with 01004 slowButton => rebuilt; asks 010300; checked -A
+            with 00004 fastButton => rebuilt; asks 010302; checked +s-m
+            board 02004 => rebuilt; +LEAsmfDR; checked +f-s
+            choose 0 => +S; One
+            setFontButton => asks 010701; -LEAsmfDSR
             refuse Invalid setting or setting value. =>
-            with 02001 logoBox => rebuilt; asks 1 2 1; CCUXXFDsR; Current: One; Invalid setting or
+            with 02001 logoBox => rebuilt; asks 010201; +LEAsmfDR; Current: One; Invalid setting or
                 setting value.
-            board 01001 => rebuilt; CCUXMXDsR
-            choose 2 => CCUXMXDSR; choice Four
+            board 01001 => rebuilt; checked +m-f
+            choose 2 => +S; Four
             busy =>
-            logoBox => ccuxmxdsr
-            ledsBox =>
-            auxBox =>
-            fastButton =>
-            setFontButton =>
+            logoBox => -LEAsmfDSR
         )");
     }
 
@@ -179,20 +147,19 @@ private Q_SLOTS:
         Scene scene;
         scene.known[1].properties = {1, 2, 3};
         scene.play(R"(
-            board 00002 => rebuilt; CCUSXXDsR; choice <b>Two</b>; Current: <b>Two</b>
-            board 00003 => rebuilt; CCUSXXDSR; Current slot: 3 (no saved font)
-            board 00000 => rebuilt; Current slot: 0 (no saved font)
+            board 00002 => rebuilt; +LEAsmfD; checked +s-A; unknown -LEA; <b>Two</b>; Current:
+                <b>Two</b>
+            board 00003 => rebuilt; +S; Current slot: 3 (no saved font)
             board 00005 => rebuilt; Current slot: 5 (no saved font)
             board 0000255 => rebuilt; Current slot: 255 (no saved font)
-            popup => popup open
-            choose 2 => choice Four
+            choose 2 => Four
             says Message => Message
             board 00003 => rebuilt; Current slot: 3 (no saved font)
             slot 5 Unread => rebuilt
-            board 00002 => rebuilt; CCUSXXDsR; choice <b>Two</b>; Current: <b>Two</b>
-            choose 2 => CCUSXXDSR; choice Four
+            board 00002 => rebuilt; -S; <b>Two</b>; Current: <b>Two</b>
+            choose 2 => +S; Four
             slot 1 Other => rebuilt
-            slot 4 => rebuilt; CCUSXXDsR; choice <b>Two</b>
+            slot 4 => rebuilt; -S; <b>Two</b>
             slot 1 => rebuilt
         )");
     }
@@ -212,7 +179,6 @@ private Q_SLOTS:
             QVERIFY(scene.root->isVisible());
             scene.act(u"board 02004"_s);
             QCOMPARE(scene.root->focusWidget() == &control, control.isEnabled());
-            scene.play("closeButton => closed");
         }
     }
 };

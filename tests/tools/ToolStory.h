@@ -30,18 +30,26 @@ public:
     /// Tells the window the state of the board.
     virtual void push(const QString& message = {}, bool unfreeze = false) = 0;
 
+    /// Watches the document and the selected slot.
+    void watchDocument() {
+        views.push_back({"", [this] { return described(text()); }});
+        views.push_back({"", [this] { return slotList()->currentItem()->text(); }});
+    }
+
     /// Selects a slot, which the board now says to hold something of this name.
     void select(int slot, const QStringList& name) {
         auto& info = known.at(static_cast<std::size_t>(slot - First));
         info.read = true;
         info.name = name.join(u' ').toStdString();
         push();
-        if (auto* list = root->findChild<QListWidget*>(u"slotList"_s)) {
-            list->setCurrentRow(slot - First);
+        if (slotList() != nullptr) {
+            slotList()->setCurrentRow(slot - First);
         }
     }
 
-    int selected() const { return child<QListWidget>(*root, "slotList").currentRow() + First; }
+    QListWidget* slotList() const { return root->findChild<QListWidget*>(u"slotList"_s); }
+
+    int selected() const { return slotList()->currentRow() + First; }
 
     /// The text that shows the document.
     std::string text() const {

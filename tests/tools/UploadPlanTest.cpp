@@ -4,17 +4,12 @@
 #include "tools/FontUploadPlan.h"
 #include "tools/ImageUploadPlan.h"
 
-#include <numeric>
+#include <QDirIterator>
 
 using namespace pivex;
 using namespace pivex::testing;
 
 namespace {
-
-/// `count` zero bytes in hexadecimal.
-QByteArray zeros(qsizetype count) {
-    return QByteArray(2 * count, '0');
-}
 
 /// `plan` as "command payload" in hexadecimal, with "!" at commits, divided by commas.
 template<typename Plan>
@@ -27,26 +22,15 @@ QByteArray packetText(const Plan& plan) {
     return packets.join(", ");
 }
 
-/// The payloads of all packets of `command`, one after another.
-template<typename Plan>
-Bytes joined(const Plan& plan, Command command) {
-    Bytes bytes;
-    for (const auto& packet : plan) {
-        if (packet.command == command) {
-            bytes.insert(bytes.end(), packet.payload.begin(), packet.payload.end());
-        }
-    }
-    return bytes;
-}
-
 /// A black image of `runs` runs, all of one pixel but the last.
 ImageDocument withRuns(int runs) {
     const int height = (runs + 159) / 160;
-    ImageDocument image{"Runs", 160, height, Pixels(static_cast<std::size_t>(160 * height)), {}};
-    for (int run = 1; run < runs; ++run) {
-        image.rle.insert(image.rle.end(), {1, 0, 0});
+    ImageDocument image = newImage("Runs", 160, height);
+    image.rle.clear();
+    for (int run = 1; run <= runs; ++run) {
+        const int length = run < runs ? 1 : 160 * height - runs + 1;
+        image.rle.insert(image.rle.end(), {static_cast<std::uint8_t>(length), 0, 0});
     }
-    image.rle.insert(image.rle.end(), {static_cast<std::uint8_t>(160 * height - runs + 1), 0, 0});
     return image;
 }
 
@@ -77,6 +61,7 @@ class UploadPlanTest : public QObject {
 private Q_SLOTS:
 
     void plansEveryByteAndTheNameAsStored() {
+        const auto zeros = [](qsizetype count) { return QByteArray(2 * count, '0'); };
         ImageDocument image{"x" + std::string(30, ' '), 2, 1, {0xF800, 0x001F}, {}};
         image.rebuild();
         QCOMPARE(packetText(imageUploadPlan(image, 239)),
@@ -90,30 +75,11 @@ private Q_SLOTS:
         QCOMPARE(packetText(fontDeletionPlan(4)), "e6 04!");
     }
 
-    void cutsImagesOfEveryLength() {
-        for (int runs = 1; runs <= 1365; ++runs) {
-            const ImageDocument image = withRuns(runs);
-            const auto plan = imageUploadPlan(image, 1);
-            QCOMPARE(plan.size(), 8 + (image.rle.size() + 47) / 48);
-            QCOMPARE(plan[6].payload, u16Bytes(static_cast<std::uint32_t>(runs) * 3));
-            QCOMPARE(joined(plan, Command::ImageDataChunk), image.rle);
-        }
-    }
-
-    void cutsFontsOfEveryLength() {
-        for (std::int32_t width : {1, 8, 255}) {
-            for (std::size_t glyphs = 1; glyphs <= 255; ++glyphs) {
-                FontDocument font{"x", width, 8, Bytes(glyphs * static_cast<unsigned>(width))};
-                std::iota(font.columns.begin(), font.columns.end(), std::uint8_t{0});
-                const auto plan = fontUploadPlan(font, 0);
-                const Bytes metadata = joined(plan, Command::FontMetadataChunk);
-                QCOMPARE(plan.size(), 7 + (font.columns.size() + 47) / 48);
-                QCOMPARE(joined(plan, Command::FontDataChunk), font.columns);
-                QCOMPARE(std::size_t{metadata[37]}, glyphs);
-                QCOMPARE(u32At(metadata, 40), font.columns.size());
-                QCOMPARE(u16At(plan[5].payload, 0), font.columns.size());
-            }
-        }
+    void tellsTheSizeOfTheLargestFont() {
+        const auto plan = fontUploadPlan({"x", 255, 8, Bytes(65025)}, 0);
+        QCOMPARE(plan.size(), 7U + 1355);
+        QCOMPARE(toHex(plan[1].payload).mid(68, 24), "ff08ffff000001fe00000000");
+        QCOMPARE(toHex(plan[5].payload), "01fe");
     }
 
     /// Every case has the faults of all later checks too, so that the order shows.
@@ -141,6 +107,25 @@ private Q_SLOTS:
     }
 
     void refusesInOrder() { checkTextCase(refusalOf); }
+
+    void examplesFitTheBoard() {
+        int count = 0;
+        for (QDirIterator files(QStringLiteral(PIVEX_EXAMPLES_DIR), {QStringLiteral("*.txt")},
+                                QDir::Files, QDirIterator::Subdirectories);
+             files.hasNext(); ++count) {
+            QFile file(files.next());
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            const std::string text = file.readAll().toStdString();
+            if (file.fileName().contains(QStringLiteral("/fonts/"))) {
+                QCOMPARE(parseFont(text).text(), text);
+                QVERIFY(!fontUploadPlan(parseFont(text), 0).empty());
+            } else {
+                QCOMPARE(parseImage(text).text(), text);
+                QVERIFY(!imageUploadPlan(parseImage(text), 15).empty());
+            }
+        }
+        QVERIFY(count >= 5);
+    }
 };
 
 QTEST_APPLESS_MAIN(UploadPlanTest)
