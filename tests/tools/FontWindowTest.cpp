@@ -14,7 +14,11 @@ namespace {
 
 struct Scene : ToolStory<FontSlots, 0> {
     Scene() {
-        root = openLinuxFontWindow(nullptr, hooks(), known);
+        root = openLinuxFontWindow(nullptr,
+                                   {.ready = [this] { return ready; },
+                                    .refresh = [this] { told << u"refreshes"_s; },
+                                    .write = [this](const auto& plan) { told << saying(plan); }},
+                                   known);
         verbs.merge(Verbs{
             {u"glyph"_s,
              [this](auto& words) {
@@ -24,25 +28,14 @@ struct Scene : ToolStory<FontSlots, 0> {
              }},
             {u"information"_s,
              [this](auto&) { told << child<QLabel>(*root, "informationLabel").text(); }},
-            {u"toggle"_s, [this](auto&) { toggle(); }},
+            {u"strike"_s, [this](auto& words) { strike(words[0]); }},
             {u"scroll"_s, [this](auto&) { scrollBar().setValue(100); }},
         });
         watchDocument();
         views.push_back({"scrolled ", [this] { return QString::number(scrollBar().value()); }});
-        watchTexts(u"fontNameLabel glyphLabel statusLabel "
-                   "textPane.undoRedoEnabled"_s);
-        watchEnabled(
-            u"s saveButton a saveAsButton g glyphList R refreshButton S saveBoardButton D deleteButton"_s);
-    }
-
-    LinuxFontHooks hooks() {
-        return {.ready = [this] { return ready; },
-                .refresh = [this] { told << u"refreshes"_s; },
-                .write =
-                    [this](const auto& plan) {
-                        told << (plan.size() == 1 ? u"deletes %1"_s : u"saves %1"_s)
-                                    .arg(plan.front().payload.back());
-                    }};
+        watchTexts(u"fontNameLabel glyphLabel statusLabel textPane.undoRedoEnabled"_s);
+        watchEnabled(u"s saveButton a saveAsButton g glyphList R refreshButton S saveBoardButton "
+                     "D deleteButton"_s);
     }
 
     void push(const QString& message = {}, bool /*unfreeze*/ = false) override {
@@ -69,14 +62,20 @@ struct Scene : ToolStory<FontSlots, 0> {
         return all;
     }
 
+    static QString saying(const std::vector<FontPacket>& plan) {
+        const int slot = plan.front().payload.back();
+        return (plan.size() == 1 ? u"deletes %1"_s : u"saves %1"_s).arg(slot);
+    }
+
     QScrollBar& scrollBar() const {
         return *child<QPlainTextEdit>(*root, "textPane").verticalScrollBar();
     }
 
-    /// Toggles the pixel under the cursor of the glyph and goes on to the right.
-    void toggle() {
-        for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Right}) {
-            QTest::keyClick(&child<QWidget>(*root, "glyphEditor"), key);
+    /// Strikes keys in the glyph editor: "_" toggles the pixel under the cursor, "r" goes right.
+    void strike(const QString& letters) {
+        for (const QChar letter : letters) {
+            QTest::keyClick(&child<QWidget>(*root, "glyphEditor"),
+                            letter == u'_' ? Qt::Key_Space : Qt::Key_Right);
         }
     }
 };
@@ -151,24 +150,25 @@ private Q_SLOTS:
                 before continuing? [Cancel]; Font Manager; Sample 8x8x95; Sample
             glyph 33 => A; Glyph 33 ASCII 65
             scroll => scrolled 100
-            toggle => Font Manager *; Sample 8x8x95 264=128
-            toggle => Sample 8x8x95 264=128 265=128
+            strike _ => Font Manager *; Sample 8x8x95 264=128
+            strike r_ => Sample 8x8x95 264=128 265=128
+            strike _ => Sample 8x8x95 264=128
             openButton | /a.txt | Discard => ? Open Font; ? Unsaved font [Cancel]; Font Manager;
                 Sample 8x8x95; scrolled 0; Glyph 0 ASCII 32
             write b.txt Ωmega 8 8 1 => b.txt Ωmega 8x8x1
             openButton | /b.txt => ? Open Font; Ωmega 8x8x1; Ωmega
-            toggle => Font Manager *; Ωmega 8x8x1 2=128
-            saveButton => b.txt Ωmega 8x8x1 2=128; Font Manager
-            saveAsButton | /c => ? Save Font; c.txt Ωmega 8x8x1 2=128
-            toggle => Font Manager *; Ωmega 8x8x1 2=128 3=128
+            strike _ => Font Manager *; Ωmega 8x8x1 1=128
+            saveButton => b.txt Ωmega 8x8x1 1=128; Font Manager
+            saveAsButton | /c => ? Save Font; c.txt Ωmega 8x8x1 1=128
+            strike r_ => Font Manager *; Ωmega 8x8x1 1=128 2=128
             saveAsButton | /missing/d.txt | OK => ? Save Font; ? Font Manager: No such file or
                 directory
             openButton | /large.bad | OK => ? Open Font; ? Font Manager: Font file is too large
                 (maximum 4 MB).
             openButton | /c.txt | Save => ? Open Font; ? Unsaved font [Cancel]; c.txt Ωmega 8x8x1
-                2=128 3=128; Font Manager
+                1=128 2=128; Font Manager
             newButton | Escape => ? New Font
-            toggle => Font Manager *; Ωmega 8x8x1 2=128 3=128 4=128
+            strike r_ => Font Manager *; Ωmega 8x8x1 1=128 2=128 3=128
             newButton | Return => ? Unsaved font [Cancel]
             close | Escape => stays; ? Unsaved font [Cancel]
             drop => no a.txt; no b.txt; no c.txt; no large.bad

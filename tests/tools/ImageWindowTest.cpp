@@ -19,7 +19,14 @@ ImageDocument imageOf(const QStringList& words) {
 
 struct Scene : ToolStory<ImageSlots, 1> {
     Scene() {
-        root = openLinuxImageWindow(nullptr, hooks(), known);
+        root = openLinuxImageWindow(
+            nullptr,
+            {.ready = [this] { return ready; },
+             .refresh = [this] { told << u"refreshes"_s; },
+             .load = [this](int slot) { told << u"loads %1"_s.arg(slot); },
+             .save = [this](auto plan) { told << u"saves %1"_s.arg(plan[1].payload[0]); },
+             .remove = [this](int slot) { told << u"deletes %1"_s.arg(slot); }},
+            known);
         verbs.merge(Verbs{
             {u"loaded"_s, [this](auto& words) { loadedLinuxImageWindow(root, imageOf(words)); }},
             {u"deleted"_s,
@@ -37,14 +44,6 @@ struct Scene : ToolStory<ImageSlots, 1> {
             u"c editCanvas n imageNameEdit w widthBox h heightBox a saveAsButton N newButton "
             "F loadFileButton U undoButton R refreshButton L loadBoardButton "
             "S saveBoardButton D deleteBoardButton + zoomInButton - zoomOutButton"_s);
-    }
-
-    LinuxImageHooks hooks() {
-        return {.ready = [this] { return ready; },
-                .refresh = [this] { told << u"refreshes"_s; },
-                .load = [this](int slot) { told << u"loads %1"_s.arg(slot); },
-                .save = [this](auto plan) { told << u"saves %1"_s.arg(plan[1].payload[0]); },
-                .remove = [this](int slot) { told << u"deletes %1"_s.arg(slot); }};
     }
 
     void push(const QString& message = {}, bool unfreeze = false) override {

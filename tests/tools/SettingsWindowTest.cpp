@@ -151,7 +151,7 @@ private Q_SLOTS:
                 <b>Two</b>
             board 00003 => rebuilt; +S; Current slot: 3 (no saved font)
             board 00005 => rebuilt; Current slot: 5 (no saved font)
-            board 0000255 => rebuilt; Current slot: 255 (no saved font)
+            board 00006 => rebuilt; Current slot: 6 (no saved font)
             choose 2 => Four
             says Message => Message
             board 00003 => rebuilt; Current slot: 3 (no saved font)
