@@ -74,16 +74,6 @@ bool readsOn(QWidget* now, QWidget* next) {
     return isBeside ? one.left() < other.left() : one.top() < other.top();
 }
 
-/// Luminance of a colour, as guidelines for accessible content define it.
-double luminance(QRgb color) {
-    const QColor rgb(color);
-    const auto linear = [](float part) {
-        return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * linear(rgb.redF()) + 0.7152 * linear(rgb.greenF()) +
-           0.0722 * linear(rgb.blueF()) + 0.05;
-}
-
 /// Whether one sees that `control` has the focus: the pixels in and around it that differ clearly
 /// from those without the focus would make a line around it.
 bool showsFocus(QWidget& control) {
@@ -98,8 +88,7 @@ bool showsFocus(QWidget& control) {
     int clear = 0;
     for (int y = 0; y < place.height(); ++y) {
         for (int x = 0; x < place.width(); ++x) {
-            const double ratio = luminance(with.pixel(x, y)) / luminance(without.pixel(x, y));
-            clear += std::max(ratio, 1 / ratio) >= 3;
+            clear += std::abs(qGray(with.pixel(x, y)) - qGray(without.pixel(x, y))) >= 64;
         }
     }
     const bool isCanvas = control.inherits("pivex::ImageCanvas") ||

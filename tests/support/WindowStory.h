@@ -117,7 +117,7 @@ protected:
     virtual std::string content(const QString& words) { return words.toStdString(); }
 
     /// A line about the document in a text; throws std::runtime_error when there is none.
-    virtual QString summary(const std::string& text) = 0;
+    virtual QString summary(const std::string& /*text*/) { return {}; }
 
     /// The summary or, failing that, the beginning of the text.
     QString described(const std::string& text) {

@@ -162,14 +162,15 @@ private Q_SLOTS:
             key Ctrl+Z =>
             type heightBox 5 => 5
             key Ctrl+S => a.txt Logo3 8x5 40.; Image Manager; Logo3 8x5 40.; +U
-            slot 30 => 030 [EMPTY]
             type heightBox 6 => 6
-            saveBoardButton => saves 30; Image Manager *; Logo3 8x6 48.; Saving image to slot 30…
+            newButton | Cancel => ? Unsaved image: Save image changes before continuing? [Cancel];
+                Image Manager *; Logo3 8x6 48.
+            slot 30 => 030 [EMPTY]
             type heightBox 7 => 7
+            saveBoardButton => saves 30; Logo3 8x7 56.; Saving image to slot 30…
             write b.txt Logo 60 50 => b.txt Logo 60x50 255.255.255.255.255.
-            loadFileButton | /b.txt | Discard => ? Load Image; ? Unsaved image: Save image changes
-                before continuing? [Cancel]; Image Manager; Logo 60x50 255.255.255.255.255.; Logo;
-                60; 50; 36 / 4096 bytes; -U
+            loadFileButton | /b.txt | Discard => ? Load Image; ? Unsaved image [Cancel]; Image
+                Manager; Logo 60x50 255.255.255.255.255.; Logo; 60; 50; 36 / 4096 bytes; -U
             leftColorButton | OK after color red => ? Drawing color; background:#ff0000;color:white
             fillButton =>
             draw 0 0 => Image Manager *; Logo 60x50 255+255+255+255+255+; +U

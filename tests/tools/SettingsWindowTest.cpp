@@ -50,8 +50,6 @@ struct Scene : ToolStory<FontSlots, 0> {
         watchTexts(u"fontBox.currentText currentFontLabel statusLabel"_s);
     }
 
-    QString summary(const std::string& /*text*/) override { return {}; }
-
     void take(const Bytes& bytes) {
         told << u"asks "_s + QString::fromLatin1(toHex(bytes));
         if (!refusal.empty()) {
