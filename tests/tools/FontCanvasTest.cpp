@@ -32,8 +32,9 @@ bool shows(const QImage& screen, const FontDocument& font, int glyph, QPoint ori
     bool isRight = true;
     for (int at = 0; at < font.width * font.height; ++at) {
         const QPoint pixel(at / font.height, at % font.height);
-        const auto index = static_cast<std::size_t>(glyph * font.width + pixel.x());
-        const bool isLit = (font.columns.at(index) << pixel.y() & 1 << (font.height - 1)) != 0;
+        const int index = glyph * font.width + pixel.x();
+        const bool isLit = (font.columns.at(static_cast<std::size_t>(index)) << pixel.y() &
+                            1 << (font.height - 1)) != 0;
         const QPoint middle = origin + pixel * cell + QPoint(cell / 2, cell / 2);
         isRight = isRight && screen.pixel(middle) == (isLit ? lit : unlit);
     }

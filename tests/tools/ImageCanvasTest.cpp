@@ -16,7 +16,7 @@ QString picture(const ImageDocument& image) {
         text += value == 0 ? u'.' : value == 0xFFFF ? u'L' : u'R';
     }
     for (int row = image.height - 1; row > 0; --row) {
-        text.insert(row * image.width, u'/');
+        text.insert(qsizetype{row} * image.width, u'/');
     }
     return text;
 }

@@ -26,7 +26,7 @@ QByteArray pictureOf(const ImageDocument& image) {
         picture += inks[pixel];
     }
     for (int row = image.height - 1; row > 0; --row) {
-        picture.insert(row * image.width, ' ');
+        picture.insert(qsizetype{row} * image.width, ' ');
     }
     return picture;
 }
