@@ -88,7 +88,9 @@ class FontWindowTest : public QObject {
 private Q_SLOTS:
 
     void changesTheBoardWhenThatIsAgreedOn() {
-        Scene().play(R"(
+        Scene scene;
+        QVERIFY(scene.holdsFocus("refreshButton"));
+        scene.play(R"(
             look => Font Manager; No font file loaded.; Slot 0 Not read; scrolled 0; No font file
                 loaded; Glyph 0 ASCII 32; No slot information read yet.; false; +R
             information => Name: — Width: — pixels Height: — pixels Glyphs: — Columns per glyph: —

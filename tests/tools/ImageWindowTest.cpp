@@ -82,6 +82,7 @@ private Q_SLOTS:
     void startsEmptyAndDeletesOnTheBoard() {
         Scene scene;
         QVERIFY(scene.root->isWindow() && scene.slotList()->count() == 239);
+        QVERIFY(scene.holdsFocus("refreshButton"));
         scene.play(R"(
             look => Image Manager; No image loaded.; 001 [NOT READ]; 160; 128; 0 / 4096 bytes; No
                 image slots read yet.; 6×; background:#ffffff;color:black; +NFR+-

@@ -47,6 +47,17 @@ public:
         }
     }
 
+    /// Whether the focus waits for the control `name` while the board is busy: the next control
+    /// would take the next press of the space bar.
+    bool holdsFocus(const char* name) {
+        QWidget& control = child(*root, name);
+        control.setFocus();
+        act(u"unready"_s);
+        const bool isHeld = root->focusWidget() == root;
+        act(u"ready"_s);
+        return isHeld && root->focusWidget() == &control;
+    }
+
     QListWidget* slotList() const { return root->findChild<QListWidget*>(u"slotList"_s); }
 
     int selected() const { return slotList()->currentRow() + First; }
