@@ -1,6 +1,9 @@
 #include "tools/TextPane.h"
 
 #include <QFontDatabase>
+#include <QGlyphRun>
+#include <QPaintEvent>
+#include <QPainter>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextLayout>
@@ -28,8 +31,20 @@ Difference difference(QStringView before, QStringView after) {
     return {first, tail};
 }
 
-/// A line of so many characters takes longer to shape than to paint.
+/// A line of so many characters takes longer to shape and to paint than all that is seen of it.
 constexpr int longLine = 10'000;
+
+/// Lets the line change quickly.
+void makeCheap(const QTextBlock& line) {
+    // Otherwise its glyphs are made anew for every move of a cursor and for every repaint.
+    line.layout()->setCacheEnabled(true);
+    // Columns of digits look the same either way.
+    QTextCharFormat unshaped;
+    unshaped.setFontStyleStrategy(QFont::PreferNoShaping);
+    QTextCursor cursor(line);
+    cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+    cursor.mergeCharFormat(unshaped);
+}
 
 } // namespace
 
@@ -44,10 +59,11 @@ TextPane::TextPane(QWidget* parent) : QPlainTextEdit(parent) {
 void TextPane::replaceText(const QString& text) {
     shown = text;
     setPlainText(text);
-    // Otherwise its glyphs are made anew for every move of a cursor and for every repaint.
+    hasLongLines = false;
     for (QTextBlock line = document()->begin(); line.isValid(); line = line.next()) {
         if (line.length() >= longLine) {
-            line.layout()->setCacheEnabled(true);
+            hasLongLines = true;
+            makeCheap(line);
         }
     }
 }
@@ -62,6 +78,46 @@ void TextPane::amendText(const QString& text) {
     cursor.setPosition(static_cast<int>(shown.size() - tail), QTextCursor::KeepAnchor);
     cursor.insertText(text.sliced(first, text.size() - tail - first));
     shown = text;
+}
+
+void TextPane::paintEvent(QPaintEvent* event) {
+    if (!hasLongLines) {
+        QPlainTextEdit::paintEvent(event);
+        return;
+    }
+    QPainter painter(viewport());
+    QPointF place = contentOffset();
+    for (QTextBlock block = firstVisibleBlock();
+         block.isValid() && place.y() <= event->rect().bottom(); block = block.next()) {
+        const qreal height = blockBoundingRect(block).height(); // lays it out
+        paintPart(painter, block, place, event->rect());
+        place.ry() += height;
+    }
+}
+
+void TextPane::paintPart(QPainter& painter, const QTextBlock& block, QPointF place,
+                         const QRect& part) const {
+    const QTextLine line = block.layout()->lineAt(0);
+    const int first = std::max(line.xToCursor(part.left() - place.x()) - 1, 0);
+    const int last = std::min(line.xToCursor(part.right() - place.x()) + 1, line.textLength());
+    const int start = std::clamp(textCursor().selectionStart() - block.position(), first, last);
+    const int end = std::clamp(textCursor().selectionEnd() - block.position(), first, last);
+    const auto draw = [&](int from, int to, QPalette::ColorRole color) {
+        if (from < to) {
+            painter.setPen(palette().color(color));
+            for (const QGlyphRun& run : line.glyphRuns(from, to - from)) {
+                painter.drawGlyphRun(place, run);
+            }
+        }
+    };
+    if (start < end) {
+        const qreal left = line.cursorToX(start);
+        const QRectF selected(left, 0, line.cursorToX(end) - left, line.height());
+        painter.fillRect(selected.translated(place).toAlignedRect(), palette().highlight());
+    }
+    draw(first, start, QPalette::Text);
+    draw(start, end, QPalette::HighlightedText);
+    draw(end, last, QPalette::Text);
 }
 
 } // namespace pivex

@@ -18,8 +18,16 @@ public:
     /// stays.
     void amendText(const QString& text);
 
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
 private:
+    /// Paints what `part` of the view shows of a line. The toolkit would paint all of it.
+    void paintPart(QPainter& painter, const QTextBlock& block, QPointF place,
+                   const QRect& part) const;
+
     QString shown; ///< equal to the document, which is slow to ask for its text
+    bool hasLongLines = false;
 };
 
 } // namespace pivex
