@@ -44,17 +44,14 @@ private Q_SLOTS:
         QCOMPARE(opcodeTools.size(), definitions.size());
     }
 
-    void formsTheInstruction() {
+    void takesTokensOnly() {
         const OpcodeTool& tool = *std::ranges::find(opcodeTools, "SETPIN", &OpcodeTool::opcode);
         QCOMPARE(toolInstruction(tool, {"led", "#r5,/"}), "SETPIN led #r5,/");
-        const auto refusal = [&](const std::vector<std::string>& texts) {
-            return thrownText([&] { toolInstruction(tool, texts); });
-        };
-        QCOMPARE(refusal({"1 2"}), "Argument count does not match selected opcode.");
-        QCOMPARE(refusal({"1", "2", ""}), "Argument count does not match selected opcode.");
         for (const char* bad : {"", "1 2", " ", "a\t", "\rb", "c\n", "#R5//note", "/*"}) {
-            QCOMPARE(refusal({bad, "0"}), "Each argument must be one nonempty token.");
-            QCOMPARE(refusal({"0", bad}), "Each argument must be one nonempty token.");
+            QCOMPARE(thrownText([&] {
+                         toolInstruction(tool, {"0", bad});
+                     }),
+                     "Each argument must be one nonempty token.");
         }
     }
 };

@@ -10,32 +10,20 @@ class StartupOptionsTest : public QObject {
 
 private Q_SLOTS:
 
-    void readsTheArguments_data() {
-        QTest::addColumn<QString>("arguments");
-        QTest::addColumn<StartupOptions>("options");
-        const auto row = [](const char* arguments, const StartupOptions& options) {
-            QTest::newRow(arguments) << QString::fromLatin1(arguments) << options;
-        };
-        row("PivexGUI", {});
-        row("PivexGUI --FONTS --fonts=1 -fonts --nothing fonts", {});
-        row("PivexGUI --connect", {});
-        row("PivexGUI --connect /dev/ttyUSB9", {.port = u"/dev/ttyUSB9"_s});
-        row("PivexGUI --connect a --connect b", {.port = u"a"_s});
-        row("PivexGUI --connect --connect", {.port = u"--connect"_s});
-        row("PivexGUI --connect --fonts", {.port = u"--fonts"_s, .fonts = true});
-        row("PivexGUI --settings --images --fonts",
-            {.fonts = true, .images = true, .settings = true});
-        row("--images", {.images = true});
-        row("PivexGUI --smoke", {.selfCheck = SelfCheck::window});
-        row("PivexGUI --smoke --settings-smoke", {.selfCheck = SelfCheck::settings});
-        row("PivexGUI --settings-smoke --smoke --image-smoke", {.selfCheck = SelfCheck::images});
-        row("PivexGUI --image-smoke --font-smoke", {.selfCheck = SelfCheck::fonts});
-    }
-
     void readsTheArguments() {
-        QFETCH(const QString, arguments);
-        QFETCH(const StartupOptions, options);
-        QVERIFY(parseStartupOptions(arguments.split(u' ')) == options);
+        const std::pair<const char*, StartupOptions> cases[] = {
+            {"PivexGUI --FONTS --fonts=1 -fonts --nothing fonts --connect", {}},
+            {"PivexGUI --connect a --connect b", {.port = u"a"_s}},
+            {"PivexGUI --connect --fonts", {.port = u"--fonts"_s, .fonts = true}},
+            {"--settings --images --fonts", {.fonts = true, .images = true, .settings = true}},
+            {"PivexGUI --smoke", {.selfCheck = SelfCheck::window}},
+            {"PivexGUI --settings-smoke --smoke", {.selfCheck = SelfCheck::settings}},
+            {"PivexGUI --settings-smoke --image-smoke", {.selfCheck = SelfCheck::images}},
+            {"PivexGUI --image-smoke --font-smoke", {.selfCheck = SelfCheck::fonts}}};
+        for (const auto& [arguments, options] : cases) {
+            const QStringList words = QString::fromLatin1(arguments).split(u' ');
+            QVERIFY2(parseStartupOptions(words) == options, arguments);
+        }
     }
 };
 

@@ -18,9 +18,6 @@ namespace {
 
 using Kind = SerialEvent::Kind;
 
-const QByteArray timedOut = "PCB query timed out. Check USB connection and device mode.";
-const QByteArray lost = "Serial connection failed: Input/output error";
-
 std::wstring wide(const std::string& path) {
     return {path.begin(), path.end()};
 }
@@ -63,32 +60,25 @@ class SerialConnectionTest : public QObject {
 private Q_SLOTS:
 
     void portsAreChosenByName() {
-        const std::vector<PortEntry> entries{
-            {L"ttyUSB0", L"/dev/ttyUSB0"}, {L"ttyACM1", L"/dev/ttyACM1"},
-            {L"ttyS0", L"/dev/ttyS0"},     {L"ttyACM0", L"/dev/ttyACM0"},
-            {L"TTYACM2", L"/dev/TTYACM2"}, {L"xttyUSB1", L"/dev/xttyUSB1"},
-        };
+        std::vector<PortEntry> entries;
+        for (const wchar_t* name :
+             {L"ttyUSB0", L"ttyACM1", L"ttyS0", L"ttyACM0", L"TTYACM2", L"xttyUSB1"}) {
+            entries.push_back({name, std::wstring(L"/dev/") + name});
+        }
         const std::vector<std::wstring> chosen{L"/dev/ttyACM0", L"/dev/ttyACM1", L"/dev/ttyUSB0"};
         QCOMPARE(boardPorts(entries), chosen);
     }
 
-    void connectionReportsIdentityAndList() {
-        BoardModel model;
-        model.storage.chips.push_back({.name = "A"});
-        BoardServer board(model);
+    void reportsWhatThePortIs() {
+        BoardServer board;
         QCOMPARE(reportsFrom(board.path()),
                  "Port open at 115200 8N1. Waiting for Pivex identity...|Pivex PCB simulator|"
-                 "Reading stored PCB tests...|A|Loaded 1 stored tests from PCB.|");
-    }
-
-    void portsThatCannotBeUsed() {
-        QTemporaryDir folder;
-        const QByteArray open =
-            "Cannot open serial port (check USB passthrough and dialout permissions): ";
-        QCOMPARE(reportsFrom("/dev/pts/none"), open + "No such file or directory|");
-        QVERIFY(reportsFrom(folder.path().toStdString()).startsWith(open));
+                 "Reading stored PCB tests...|Loaded 0 stored tests from PCB.|");
+        const QTemporaryDir folder;
+        QVERIFY(reportsFrom(folder.path().toStdString())
+                    .startsWith("Cannot open serial port (check USB passthrough and dialout "
+                                "permissions): "));
         // Under another name a pseudo-terminal counts as a real port, whose modem lines it lacks.
-        BoardServer board;
         const QString link = folder.filePath(QLatin1String("ttyACM0"));
         QVERIFY(QFile::link(QString::fromStdString(board.path()), link));
         QVERIFY(reportsFrom(link.toStdString()).startsWith("Cannot enable DTR: "));
@@ -125,11 +115,12 @@ private Q_SLOTS:
         timer.start();
         wire.port.idle();
         QVERIFY(timer.elapsed() >= 40);
-        wire.line.hangUp();
-        QCOMPARE(thrownText([&] { wire.port.idle(); }), lost);
         Wire quiet;
-        quiet.line.hangUp();
-        QCOMPARE(thrownText([&] { quiet.port.idle(); }), lost);
+        for (Wire* each : {&wire, &quiet}) {
+            each->line.hangUp();
+            QCOMPARE(thrownText([&] { each->port.idle(); }),
+                     "Serial connection failed: Input/output error");
+        }
     }
 
     /// What is no command is not even numbered; answers that come early wait for their request.
@@ -138,19 +129,12 @@ private Q_SLOTS:
         for (const int code : {0x00, 0xA6, 0xAE, 0xC9, 0xD5, 0xDB, 0xE5, 0xFF}) {
             QCOMPARE(wire.ask(static_cast<Command>(code)), "Unsupported device command blocked.");
         }
-        Bytes wanted;
         for (const std::uint8_t sequence : Bytes{0, 1, 2}) {
             wire.line.write(encodePacket(0xB9, sequence, {sequence}));
-            std::ranges::copy(encodePacket(0xC8, sequence, {}), std::back_inserter(wanted));
         }
         QCOMPARE(wire.query(Command::ChipCount, Response::ChipCount, {}), (Bytes{0xB9, 0, 0}));
         QCOMPARE(wire.query(Command::ChipCount, Response::Any, {}), (Bytes{0xB9, 1, 1}));
         QCOMPARE(wire.ask(Command::ChipCount, Response::ChipName), "Unexpected PCB response: 185");
-        Bytes sent;
-        while (sent.size() < wanted.size() && wire.line.wait(5s) == LineEvent::Input) {
-            wire.line.read(sent);
-        }
-        QCOMPARE(sent, wanted);
     }
 
     void otherFramesDoNotExtendTheDeadline() {
@@ -163,7 +147,7 @@ private Q_SLOTS:
         });
         QElapsedTimer timer;
         timer.start();
-        QCOMPARE(wire.ask(), timedOut);
+        QCOMPARE(wire.ask(), "PCB query timed out. Check USB connection and device mode.");
         QVERIFY(timer.elapsed() >= 200);
         QVERIFY(timer.elapsed() < 1000);
     }

@@ -64,53 +64,45 @@ private Q_SLOTS:
         for (const auto& [count, chunks] : std::map<int, QByteArray>{
                  {3, "cb:48 "}, {4, "cb:63 cb:1 "}, {63, QByteArray("cb:63 ").repeated(16)}}) {
             const ChipDocument document{
-                "74LS00", 14, 0x0102, 3, program(count), {"zero", "", "", "", "", "five"}};
+                "A", 14, 0x0102, 3, program(count), {"zero", "", "", "", "", "five"}};
             const UploadPlan plan = prepareUpload(document);
             QByteArray sizes;
             QByteArray joined;
             for (const auto& [command, payload] : plan.packets) {
-                const auto code = static_cast<std::uint8_t>(command);
-                sizes += toHex({code}) + ':' + QByteArray::number(payload.size()) + ' ';
+                sizes += toHex({static_cast<std::uint8_t>(command)}) + ':' +
+                         QByteArray::number(payload.size()) + ' ';
                 joined += toHex(payload);
             }
             QCOMPARE(sizes,
                      "ca:41 ac:0 " + QByteArray("ad:63 ").repeated(8) + "ad:8 d9:0 cd:2 " + chunks);
             const QByteArray length = toHex(u16Bytes(plan.codeLength));
-            QCOMPARE(joined, QByteArray("74LS00").toHex().prepend("5aa5") + QByteArray(52, '0') +
-                                 "02010e03" + length + "02" + QByteArray("zero").toHex() +
-                                 QByteArray(632, '0') + QByteArray("five").toHex() +
-                                 QByteArray(376, '0') + length +
+            QCOMPARE(joined, hexOf("5aa5 41 00x31 02010e03 " + length + " 02 7a65726f 00x316 " +
+                                   "66697665 00x188 " + length) +
                                  toHex(compileChip(document).bytes));
         }
     }
 
     void batchFilesAreRead() {
         const QTemporaryDir folder;
-        const auto path = [&](const char* name) {
-            return std::filesystem::path(folder.filePath(QString::fromUtf8(name)).toStdString());
+        const std::filesystem::path path = folder.path().toStdString();
+        const auto file = [&](const char* name, const char* chip, int pins) {
+            std::ofstream(path / name) << encodeChip({chip, pins, 0, 0, "DELMS 1", {}});
+            return path / name;
         };
-        const auto file = [&](const char* name, const std::string& text) {
-            std::ofstream(path(name), std::ios::binary) << text;
-            return path(name);
-        };
-        const auto chip = [](const char* name, int pins) {
-            return encodeChip({name, pins, 0, 0, "DELMS 1", {}});
-        };
-        const auto first = file("Ωmega.chip", chip("B", 14));
-        const auto plans = prepareBatchFiles({first, file("a.chip", chip("A", 14))});
-        QCOMPARE(plans.size(), std::size_t{2});
-        QCOMPARE(plans[0].name + plans[1].name, "BA");
+        const auto first = file("Ωmega.chip", "B", 14);
+        const auto plans = prepareBatchFiles({first, file("a.chip", "A", 14)});
+        QCOMPARE(plans.at(0).name + plans.at(1).name, "BA");
         QCOMPARE(thrownText([] { prepareBatchFiles({}); }), "Add chip files to the list first.");
-        const auto fails = [&](const std::filesystem::path& bad, const std::string& message) {
-            const QByteArray failure = thrownText([&] { prepareBatchFiles({first, bad}); });
-            QCOMPARE(failure.toStdString(), "Batch preflight failed for " +
-                                                bad.filename().string() + ": " + message +
-                                                " No batch data sent.");
-        };
-        fails(path("missing.chip"), "Cannot open file.");
-        fails(folder.path().toStdString(), "Cannot read file.");
-        fails(file("empty.chip", ""), "The chip file is empty.");
-        fails(file("odd.chip", chip("C", 3)), "Upload pin count must be even, from 2 to 40.");
+        for (const auto& [bad, message] : std::map<std::filesystem::path, std::string>{
+                 {path / "missing.chip", "Cannot open file."},
+                 {path, "Cannot read file."},
+                 {file("odd.chip", "C", 3), "Upload pin count must be even, from 2 to 40."}}) {
+            QCOMPARE(thrownText([&] {
+                         prepareBatchFiles({first, bad});
+                     }).toStdString(),
+                     "Batch preflight failed for " + bad.filename().string() + ": " + message +
+                         " No batch data sent.");
+        }
     }
 };
 
