@@ -49,8 +49,8 @@ public:
             {u"start"_s, [this](auto& words) { isHasty = true, act(words.join(u' ')); }},
             {u"wait"_s, [this](auto&) { wait(); }},
             {u"chip"_s, [this](auto& words) { window.populate(chip(words[0]), {}); }},
-            {u"add"_s, [this](auto& words) { window.addPaths({path(words[0])}); }},
-            {u"load"_s, [this](auto& words) { window.loadPath(path(words[0])); }},
+            {u"add"_s, [this](auto& words) { window.addPaths({folder.filePath(words[0])}); }},
+            {u"load"_s, [this](auto& words) { window.loadPath(folder.filePath(words[0])); }},
             {u"row"_s, [this](auto& words) { stored.setCurrentRow(words[0].toInt()); }},
             {u"choose"_s, [this](auto& words) { files.setCurrentRow(words[0].toInt()); }},
         });
@@ -60,7 +60,8 @@ public:
         views.push_back(
             {"line ", [this] { return QString::number(code.textCursor().blockNumber()); }});
         views.push_back({"", [this] { return output(); }});
-        views.push_back({"", [this] { return status().left(30); }});
+        views.push_back(
+            {"", [this] { return child<QLabel>(window, "statusLabel").text().left(30); }});
         watchEnabled(u"C connectButton R refreshButton A deleteAllEntry S sendButton V saveButton "
                      "L loadSelectedButton D deleteSelectedButton B batchSaveButton "
                      "l storedChipList p portRefreshButton"_s);
@@ -75,11 +76,6 @@ public:
     }
 
     QString output() const { return child<QPlainTextEdit>(window, "outputPane").toPlainText(); }
-
-    QString status() const { return child<QLabel>(window, "statusLabel").text(); }
-
-    /// The path of a file in the folder.
-    QString path(const QString& fileName) const { return folder.filePath(fileName); }
 
     /// Connects and waits until the list of stored tests has been read.
     bool connectTo(const BoardServer& board) {
@@ -112,13 +108,8 @@ protected:
     }
 
 private:
-    bool comes(const std::function<bool()>& condition) const {
-        constexpr int patience = 20'000;
-        const bool came = QTest::qWaitFor(condition, patience);
-        if (!came) {
-            qWarning() << "still" << status() << output();
-        }
-        return came;
+    static bool comes(const std::function<bool()>& condition) {
+        return QTest::qWaitFor(condition, 20'000);
     }
 
     bool isHasty = false;

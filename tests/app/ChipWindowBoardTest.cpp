@@ -158,18 +158,14 @@ private Q_SLOTS:
             batchSaveButton | Yes | OK => ? Batch Save to Pivex [Cancel]; ? PivexGUI: Batch
                 preflight failed for bad.chip: The file does not contain a [chips] section. No batch
                 data sent.
-            choose 3 =>
-            removeButton => listed zeta.chip | Ωmega.chip | alpha.chip
-            batchSaveButton | Yes after connectButton => ? Batch Save to Pivex: Permanently save all
-                3 files in the left list, in list order? This uses the saved files on disk, not
-                unsaved editor changes. All files are validated before sending. Earlier saves cannot
-                be rolled back if the batch stops. Put the PCB in Upload Mode first. [Cancel];
+            write bad.chip good => bad.chip good
+            batchSaveButton | Yes after connectButton => ? Batch Save to Pivex [Cancel];
                 Disconnected.; Not Connected; +p-RASBl
             connect => talks; Loaded 0 stored tests from PCB.; Connected: Pivex PCB simulator;
                 +RASBl-p
             batchSaveButton | Yes => talks; ? Batch Save to Pivex [Cancel]; stored 001 zeta | 002
-                Ωmega | 003 alpha; Batch complete: 3 chips permanently saved. Loaded 3 stored tests
-                from PCB.
+                Ωmega | 003 alpha | 004 good; Batch complete: 4 chips permanently saved. Loaded 4
+                stored tests from PCB.
         )");
     }
 };

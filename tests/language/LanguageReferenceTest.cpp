@@ -1,7 +1,7 @@
 #include "language/ChipCompiler.h"
 #include "language/InstructionSet.h"
 
-#include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QRegularExpression>
 #include <QtTest>
@@ -81,10 +81,10 @@ private Q_SLOTS:
             const Definition& definition = *definitionNamed(row[0].toStdString());
             const QString number = QString::number(definition.opcode, 16).toUpper();
             QCOMPARE(row[1], u"%1 (0x%2)"_s.arg(definition.opcode).arg(number, 2, u'0'));
+            const QStringList names = kindNames.split(u' ');
             QStringList operands;
-            for (const Arg kind : definition.args) {
-                operands << kindNames.section(u' ', static_cast<int>(kind), static_cast<int>(kind));
-            }
+            std::ranges::transform(definition.args, std::back_inserter(operands),
+                                   [&](Arg kind) { return names[static_cast<int>(kind)]; });
             QCOMPARE(joined(captured(span, row[2])), operands.join(u' '));
             QCOMPARE(row[3].section(u' ', 0, 0), row[0]);
             // Alone, an example may at most lack the other end of its block or its function.
@@ -130,11 +130,11 @@ private Q_SLOTS:
 
     /// Every text with a blank in the language's sources is a message or a part of one.
     void explainsEveryMessageOfTheSources() {
-        const QDir folder(QStringLiteral(PIVEX_SOURCE_DIR "/src/language"));
         int count = 0;
-        for (const QString& name : folder.entryList({u"*.cpp"_s})) {
+        for (QDirIterator file(QStringLiteral(PIVEX_SOURCE_DIR "/src/language"), {u"*.cpp"_s});
+             file.hasNext();) {
             static const QRegularExpression comment(u"//[^\n]*"_s);
-            const QString source = fileText(folder.filePath(name)).remove(comment);
+            const QString source = fileText(file.next()).remove(comment);
             for (const QStringList& text : captured(u"\"([^\"\n]*)\""_s, source)) {
                 count += text[0].contains(u' ') ? 1 : 0;
                 QVERIFY2(!text[0].contains(u' ') || reference.contains(text[0]),
