@@ -77,12 +77,6 @@ public:
 
     QString output() const { return child<QPlainTextEdit>(window, "outputPane").toPlainText(); }
 
-    /// Connects and waits until the list of stored tests has been read.
-    bool connectTo(const BoardServer& board) {
-        window.connectTo(QString::fromStdString(board.path()));
-        return idle();
-    }
-
     /// Waits until the board is connected and no operation runs.
     bool idle() const {
         return comes([this] { return isEnabled("sendButton"); });
@@ -130,10 +124,6 @@ inline BoardModel boardWith(const QStringList& names) {
 class ConnectedBench : public ChipWindowBench {
 public:
     explicit ConnectedBench(const BoardModel& model = {}) : board(model) {
-        if (!connectTo(board)) {
-            qFatal("no connection");
-        }
-        board.clearRequests();
         verbs[u"late"_s] = [this](auto&) {
             spoil({.kind = FaultKind::Late, .delay = std::chrono::seconds(20)});
         };
@@ -151,6 +141,10 @@ public:
         verbs[u"connect"_s] = [this](auto&) {
             window.connectTo(QString::fromStdString(board.path()));
         };
+        if (!runs(u"connect"_s)) {
+            qFatal("no connection");
+        }
+        board.clearRequests();
     }
 
     void spoil(const Fault& fault) {

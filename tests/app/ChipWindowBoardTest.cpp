@@ -15,17 +15,12 @@ private Q_SLOTS:
         bench.port.lineEdit()->clear();
         QVERIFY(!bench.isEnabled("connectButton"));
         QTest::keyClicks(bench.port.lineEdit(), typed);
-        QTest::keyClick(bench.port.lineEdit(), Qt::Key_Return);
-        if (bench.port.count() == 0) {
-            bench.act(u"portRefreshButton"_s);
-        }
         bench.play(R"(
             start connectButton => Connecting…; -p
             wait => Cannot open serial port (check USB passthrough and dialout permissions): No such
                 file or directory; Not Connected; +p
         )");
         QCOMPARE(bench.port.currentText(), typed);
-        QCOMPARE(bench.port.findText(typed), -1);
     }
 
     void sendsAndSavesTheEditor() {

@@ -18,33 +18,25 @@ private Q_SLOTS:
         const ChipDocument fresh{.name = {}, .code = "/* code starts here */\n", .strings = {}};
         QVERIFY(bench.window.document() == fresh && !bench.window.windowTitle().endsWith(u'*'));
         // Two owners of one key would make both deaf.
-        QMap<QKeySequence, QString> owners;
+        QSet<QKeySequence> owned;
         for (const QAction* action : bench.window.findChildren<QAction*>()) {
             for (const QKeySequence& keys : action->shortcuts()) {
-                QCOMPARE(std::exchange(owners[keys], action->text()), QString());
+                QVERIFY2(!owned.contains(keys), qPrintable(action->text()));
+                owned << keys;
             }
-        }
-        QCOMPARE(owners.value(Qt::Key_F7), u"Compile"_s);
-        QCOMPARE(owners.value(QKeySequence::Save), u"Save"_s);
-        for (const QAbstractButton* button : bench.window.findChildren<QAbstractButton*>()) {
-            QVERIFY2(button->shortcut().isEmpty(), qPrintable(button->text()));
         }
     }
 
-    void roundTripsADocument() {
+    void keepsNumbersThatNoBoxOffers() {
         ChipWindowBench bench;
         const auto& pins = child<QComboBox>(bench.window, "pinsBox");
         const QString path = bench.folder.filePath(u"a%2b[*].chip"_s);
-        ChipDocument source{"Zähler 74193", 16, 4, 2, "SETPIN 1 1\n  // Ω\nENDTEST", {}};
-        source.strings = {"first", "", "third; = [code]", "", "", "", "", std::string(40000, 'x')};
         for (const int count : {16, 7, -3, 7}) {
-            source.pins = count;
+            const ChipDocument source{"Ω", count, 4, 2, "  // Ω\nENDTEST", {"", "; = [code]"}};
             bench.window.populate(source, path);
             QVERIFY(bench.window.save(false) && bench.window.loadPath(path));
             QVERIFY(bench.window.document() == source);
-            const bool isListed = count == 16;
-            QCOMPARE(pins.count(), static_cast<int>(pinOptions.size()) + (isListed ? 0 : 1));
-            QCOMPARE(pins.itemText(0), isListed ? u"2"_s : u"Unlisted (%1)"_s.arg(count));
+            QCOMPARE(pins.itemText(0), count == 16 ? u"2"_s : u"Unlisted (%1)"_s.arg(count));
         }
         QVERIFY(bench.window.windowTitle().endsWith(u" — a%2b[*][*].chip"_s));
     }
@@ -72,13 +64,13 @@ private Q_SLOTS:
 
     void asksBeforeItDiscards() {
         ChipWindowBench bench;
+        bench.window.show();
         bench.play(R"(
             write a.chip A => a.chip A
             write b.chip B => b.chip B
             load a.chip => title — a.chip; A: GOSTRT ENDTEST
             fill nameEdit edited => title — a.chip *; edited: GOSTRT ENDTEST
             load missing.chip | OK => ? PivexGUI: No such file or directory
-            load . | OK => ? PivexGUI: file to open is a directory
             write bad.chip [meta]\npins=<b>x</b> => bad.chip [meta] pins=<b>x</b>
             load bad.chip | OK => ? PivexGUI: Invalid pins in the chip file: <b>x</b>
             load b.chip | Escape => ? Unsaved chip: Save your changes first? [Save]
@@ -94,7 +86,7 @@ private Q_SLOTS:
             saveFileButton | Escape => ? Save chip
             saveFileButton | /typed => ? Save chip; typed.chip new; title — typed.chip
             fill nameEdit newer => title — typed.chip *; newer: /* code starts here */
-            saveFileButton => typed.chip newer; title — typed.chip
+            key Ctrl+S => typed.chip newer; title — typed.chip
             saveAsButton | /c.chip => ? Save chip; c.chip newer; title — c.chip
             fill nameEdit newest => title — c.chip *; newest: /* code starts here */
             drop => no a.chip; no b.chip; no bad.chip; no c.chip; no typed.chip

@@ -85,13 +85,9 @@ private Q_SLOTS:
                 Logo
             late =>
             start press fontBox auxBox => -RASl; settings Updating Pivex settings…
-            connectButton | Yes => ? Storage operation in progress: Earlier saves remain and
+            start connectButton | No => ? Storage operation in progress: Earlier saves remain and
                 the last write may complete even if you disconnect or close. Inspect the PCB list
-                before retrying. Interrupt this operation? [No]; Storage operation interrupted.
-                Earlier saves remain; the last write may have completed. Inspect the PCB list before
-                retrying.; Not Connected; +p; fonts Disconnected. Slot contents not read. Slot 0 Not
-                read; images Disconnected. Image slots not read. 001 [NOT READ]; settings
-                Disconnected. Settings must be read again.
+                before retrying. Interrupt this operation? [No]
         )");
     }
 

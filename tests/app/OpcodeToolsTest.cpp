@@ -2,7 +2,6 @@
 
 #include "language/ChipCompiler.h"
 #include "language/InstructionSet.h"
-#include "support/Thrown.h"
 
 #include <QtTest>
 
@@ -42,17 +41,6 @@ private Q_SLOTS:
         QCOMPARE(compileChip(chip).errorMessage, std::string());
         QCOMPARE(names.size(), definitions.size());
         QCOMPARE(opcodeTools.size(), definitions.size());
-    }
-
-    void takesTokensOnly() {
-        const OpcodeTool& tool = *std::ranges::find(opcodeTools, "SETPIN", &OpcodeTool::opcode);
-        QCOMPARE(toolInstruction(tool, {"led", "#r5,/"}), "SETPIN led #r5,/");
-        for (const char* bad : {"", "1 2", " ", "a\t", "\rb", "c\n", "#R5//note", "/*"}) {
-            QCOMPARE(thrownText([&] {
-                         toolInstruction(tool, {"0", bad});
-                     }),
-                     "Each argument must be one nonempty token.");
-        }
     }
 };
 

@@ -21,10 +21,10 @@ QByteArray outcome(const QByteArray& script) {
     for (const QByteArray& text : words[2].split('|')) {
         texts.push_back(text.toStdString());
     }
-    QByteArray labels;
+    std::string labels;
     for (int pin = 1; pin <= pins; ++pin) {
         const std::string label = pinLabel(tool, texts, pin, pins);
-        labels += label == std::to_string(pin) ? "" : QByteArray::fromStdString(label + ",");
+        labels += label == std::to_string(pin) ? "" : label + ",";
     }
     int active = -1;
     for (const QByteArray& action : words.sliced(3)) {
@@ -32,18 +32,18 @@ QByteArray outcome(const QByteArray& script) {
             active = action.mid(1).toInt();
             continue;
         }
-        const auto before = std::pair(texts, active);
         const auto failure =
             thrownText([&] { clickPin(tool, texts, action.toInt(), pins, active); });
         if (!failure.isEmpty()) {
-            return std::pair(texts, active) == before ? failure : "half done";
+            return failure;
         }
     }
-    QByteArray fields;
+    std::string fields;
     for (const std::string& text : texts) {
-        fields += QByteArray::fromStdString(text + " ");
+        fields += text + " ";
     }
-    return words.size() == 3 ? labels : fields + "@" + QByteArray::number(active);
+    return QByteArray::fromStdString(words.size() == 3 ? labels
+                                                       : fields + "@" + std::to_string(active));
 }
 
 } // namespace

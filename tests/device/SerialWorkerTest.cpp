@@ -85,7 +85,7 @@ QByteArrayList answersIn(const QByteArray& script) {
 /// A board that takes from `answers`, until a request fails with "no answer", and notes in `asked`
 /// all requests, those of one command and length in a row as "first..last".
 Query boardWith(QByteArrayList& answers, QByteArrayList& asked) {
-    return [&](Command command, Response expected, const Bytes& payload) {
+    return [&](Command command, Response, const Bytes& payload) {
         const QByteArray request = toHex({static_cast<std::uint8_t>(command)}) + toHex(payload);
         const QByteArray last = asked.isEmpty() ? QByteArray() : asked.last().split('.').last();
         if (last.size() == request.size() && last.startsWith(request.first(2))) {
@@ -98,9 +98,6 @@ Query boardWith(QByteArrayList& answers, QByteArrayList& asked) {
             throw std::runtime_error("no answer");
         }
         packet.insert(packet.begin() + 1, 0);
-        if (expected != Response::Any && Response{packet[0]} != expected) {
-            throw std::runtime_error("Unexpected PCB response: " + std::to_string(packet[0]));
-        }
         return packet;
     };
 }

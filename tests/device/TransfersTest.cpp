@@ -15,9 +15,8 @@ using namespace pivex::testing;
 
 namespace {
 
-/// `count` instructions.
-std::string program(int count) {
-    return QByteArray("DELMS 1\n").repeated(count).toStdString();
+std::string program(int instructions) {
+    return QByteArray("DELMS 1\n").repeated(instructions).toStdString();
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "language/ChipCompiler.h"
 #include "language/InstructionSet.h"
 
-#include <QDirIterator>
 #include <QFile>
 #include <QRegularExpression>
 #include <QtTest>
@@ -14,12 +13,10 @@ using namespace pivex;
 
 namespace {
 
-QString fileText(const QString& path) {
-    QFile file(path);
+const QString reference = [] {
+    QFile file(QStringLiteral(PIVEX_SOURCE_DIR "/docs/language.md"));
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
-
-const QString reference = fileText(QStringLiteral(PIVEX_SOURCE_DIR "/docs/language.md"));
+}();
 
 /// What `pattern` captures in `text`, match by match; "^" and "$" stand for the ends of a line.
 QList<QStringList> captured(const QString& pattern, const QString& text = reference) {
@@ -126,22 +123,6 @@ private Q_SLOTS:
             QVERIFY2(messagesFor(text, text.isEmpty() ? 0 : 14).contains(row[0]),
                      qPrintable(row[0]));
         }
-    }
-
-    /// Every text with a blank in the language's sources is a message or a part of one.
-    void explainsEveryMessageOfTheSources() {
-        int count = 0;
-        for (QDirIterator file(QStringLiteral(PIVEX_SOURCE_DIR "/src/language"), {u"*.cpp"_s});
-             file.hasNext();) {
-            static const QRegularExpression comment(u"//[^\n]*"_s);
-            const QString source = fileText(file.next()).remove(comment);
-            for (const QStringList& text : captured(u"\"([^\"\n]*)\""_s, source)) {
-                count += text[0].contains(u' ') ? 1 : 0;
-                QVERIFY2(!text[0].contains(u' ') || reference.contains(text[0]),
-                         qPrintable(text[0]));
-            }
-        }
-        QVERIFY(count > 25);
     }
 };
 

@@ -63,9 +63,7 @@ private Q_SLOTS:
             {"name=N\n[chips]\n[meta]\nname= \t",
              "The chip name is missing from the [meta] section."},
             {"[meta]\nPINS = 0x10 ", "Invalid pins in the chip file: 0x10"},
-            {head + "imageIndex=\n", "Invalid imageindex in the chip file: "},
             {"[chipfile]\ntype = @AZ[", "Unsupported chip file type: @az["},
-            {head + "[chipfile]\ntype =", "Unsupported chip file type: "},
         });
         addTexts("The chip file could not be read as UTF-8 text.", {"\xFF", head + "pins=x\n\xC3"});
         addTexts("The chip file is empty.", {"", mark});

@@ -111,9 +111,9 @@ private Q_SLOTS:
                 twice.insert(i, good[i]);
                 swapped.swapItemsAt(i, i - 1);
                 const bool isSame = good[i].first(2) == good[i - 1].first(2);
-                QVERIFY2(refusedPacket(dropped) >= i, good[i]);
-                QVERIFY2(refusedPacket(twice) > i, good[i]);
-                QVERIFY2(isSame || refusedPacket(swapped) >= i - 1, good[i]);
+                QVERIFY2(refusedPacket(dropped) >= i && refusedPacket(twice) > i &&
+                             (isSame || refusedPacket(swapped) >= i - 1),
+                         good[i]);
             }
         }
     }
