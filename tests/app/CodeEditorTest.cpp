@@ -169,15 +169,16 @@ private Q_SLOTS:
             {"~0x2a 1 ~0x2\n~0x2 ~0x2a\n~0x2a1", "ooooo.......\neeee......\neeeeee"},
             {"JMP #R0 #R31 #R031 R9\nJMP #R32 #R #R+5 #R5x",
              "ooo.rrr.rrrr.rrrrr...\nooo.eeee.ee.eeee.eeee"},
-            {"\u017FETPIN é\n\U0001F600 1 // \U0001F600\U0001F600\nJMP \U0001F600 #R1 #R\u0661",
-             "eeeeee..\nee...ccccccc\nooo....rrr.eee"},
+            {"\u017FETPIN é\n\u0153ETPIN #R\u0661", "eeeeee..\neeeeee.eee"},
+            {"\U0001F600 1 // \U0001F600\U0001F600\nJMP \U0001F600 #R1",
+             "ee...ccccccc\nooo....rrr"},
             {"/* a // */ GOSTRT\nSETPIN/*x*/1 //\n/**/GOSTRT//#R1\na/b /",
              "cccccccccc.oooooo\nooooooccccc..cc\nccccooooooccccc\neee.."},
             {"JMP /* x\nGOSTRT\n x */\nGOSTRT", "ooo.cccc\ncccccc\nccccc\noooooo"},
             {"// /* x\nGOSTRT", "ccccccc\noooooo"},
             {"/*\n// */ // /*\nGOSTRT", "cc\nccccccccccc\noooooo"},
             {"/*\n*/ /* x\nFOO", "cc\ncc.cccc\nccc"},
-            {"/*/\n*/\nFOO", "ccc\ncc\neee"},
+            {"/*/ x */ GOSTRT\n/*/\n*/\nFOO", "cccccccc.oooooo\nccc\ncc\neee"},
         });
     }
 

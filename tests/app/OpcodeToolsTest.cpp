@@ -2,6 +2,7 @@
 
 #include "language/ChipCompiler.h"
 #include "language/InstructionSet.h"
+#include "support/Thrown.h"
 
 #include <QtTest>
 
@@ -41,6 +42,17 @@ private Q_SLOTS:
         QCOMPARE(compileChip(chip).errorMessage, std::string());
         QCOMPARE(names.size(), definitions.size());
         QCOMPARE(opcodeTools.size(), definitions.size());
+    }
+
+    void takesOneTokenForEachArgument() {
+        const OpcodeTool& tool = *std::ranges::find(opcodeTools, "SETPIN", &OpcodeTool::opcode);
+        using Texts = std::vector<std::string>;
+        for (const Texts& texts :
+             {Texts{"1"}, {"1", "2", ""}, {"", "0"}, {"0", "\rb"}, {"0", "c\n"}}) {
+            const QByteArray failure = thrownText([&] { toolInstruction(tool, texts); });
+            QCOMPARE(failure, texts.size() == 2 ? "Each argument must be one nonempty token."
+                                                : "Argument count does not match selected opcode.");
+        }
     }
 };
 

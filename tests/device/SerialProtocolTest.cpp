@@ -31,24 +31,6 @@ private Q_SLOTS:
         }
     }
 
-    /// Whatever its length and wherever its zeros.
-    void packetsComeBack() {
-        for (std::size_t size = 2; size <= 522; ++size) {
-            for (const std::size_t zeroEvery : {1U, 2U, 4U, 254U, 255U, 1000U}) {
-                Bytes packet(size);
-                for (std::size_t i = 0; i < size; ++i) {
-                    packet[i] = static_cast<std::uint8_t>((i + 1) % zeroEvery % 256);
-                }
-                Bytes frame =
-                    encodePacket(packet[0], packet[1], {packet.begin() + 2, packet.end()});
-                frame.pop_back();
-                Bytes back{1, 2, 3};
-                QVERIFY(std::ranges::find(frame, 0) == frame.end());
-                QVERIFY(decodePacket(frame, back) && back == packet);
-            }
-        }
-    }
-
     void receiverSkipsWhatIsNotTheAnswer() {
         FrameReceiver receiver;
         const Bytes answer = encodePacket(0xE0, 1, {0x41});

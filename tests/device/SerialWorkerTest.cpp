@@ -204,10 +204,8 @@ load:0 | $meta 3000 00x88, BD 2000 or $meta 2800 00x88, BD 4000 | * |
 save | | | $unsent
 upload;save | 05, B1*3, B2, B1*3, B2, 05, B2, $none | af,ca01..ca01,cd02..cd02,af,c6,c8 | ...
     Permanently saving T... / Permanently saved T.~ / $list $saved
-upload;settings:00;save | $up, $record, $fonts, $ok | * | ... $saved
-upload;delete-image:15;save | $up, B0, $ok | * | ... $saved
-upload;list-images;save | $up, B3*239, $ok | * | ... $saved
-upload;list-fonts+list;save | $up, $fonts, $none, $ok | * | ... $saved
+upload;settings:00+delete-image:15+list-images;list-fonts+list;save |
+    $up, $record, $fonts, B0, B3*239, $fonts, $none, $ok | * | ... $saved
 upload;image;save | $up, B0*2, B3*239 | * | ... $unsent
 upload;load-image:1;save | $up, $image 03000000, EA 0000 02 0000 | * | ... $unsent
 upload;font;save | $up, B0*2, $fonts | * | ... $unsent

@@ -242,7 +242,6 @@ private Q_SLOTS:
     void numbersLines_data() {
         addTextCases({
             {"", " -1 0 1 1 1"},
-            {"\r\n\n\r", ",,, -1 0 1 1 1 1 1 1"},
             {"/* x */\nDIM X 1\nGOSTRT\nENDTEST\n// x", ",,1,2, -1 0 1 1 1 2 2 2 2"},
             {"ASAFE\n\nFOO 1\nDIM SETPIN 1\nSETIN 99\r~0x10\n",
              "1,,!,,2!,3, -1 0 1 2 2 2 2 3 3 3 3"},
