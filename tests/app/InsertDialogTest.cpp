@@ -99,7 +99,7 @@ private Q_SLOTS:
                              "Add-on Boards 62, Display 73, "_s);
         pins = 6;
         Dialogs dialogs;
-        dialogs.answer(u"OK"_s, [] { pinButtons(dialog())[5]->click(); });
+        dialogs.answer(u"OK"_s, [] { pinButtons(dialog()).last()->click(); });
         entries[18]->trigger();
         QCOMPARE(editor.toPlainText(), u"SETIN 6"_s);
         QCOMPARE(dialogs.seen.first().title, u"SETIN \u2014 Set pin as input"_s);
@@ -109,8 +109,8 @@ private Q_SLOTS:
         Scene scene;
         scene.play(R"(
             insert GOSTRT | Return => ? GOSTRT — Go to code start; GOSTRT|
-            text LO[]OP 3 => LO|OP 3
-            insert GOSTRT | Return => ? GOSTRT — Go to code start; LO/GOSTRT/|OP 3
+            text L[]OOP 3 => L|OOP 3
+            insert GOSTRT | Return => ? GOSTRT — Go to code start; L/GOSTRT/|OOP 3
             text a/[bb]/c => a/bb|/c
             insert GOSTRT | Return => ? GOSTRT — Go to code start; a/GOSTRT|/c
             text a/[bb/]c => a/bb/|c
