@@ -32,7 +32,7 @@ QByteArray outcome(const QByteArray& script) {
             active = action.mid(1).toInt();
             continue;
         }
-        const auto failure =
+        QByteArray failure =
             thrownText([&] { clickPin(tool, texts, action.toInt(), pins, active); });
         if (!failure.isEmpty()) {
             return failure;

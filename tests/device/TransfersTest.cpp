@@ -96,11 +96,12 @@ private Q_SLOTS:
                  {path / "missing.chip", "Cannot open file."},
                  {path, "Cannot read file."},
                  {file("odd.chip", "C", 3), "Upload pin count must be even, from 2 to 40."}}) {
-            QCOMPARE(thrownText([&] {
-                         prepareBatchFiles({first, bad});
-                     }).toStdString(),
-                     "Batch preflight failed for " + bad.filename().string() + ": " + message +
-                         " No batch data sent.");
+            const QByteArray failure = thrownText([&first, &last = bad] {
+                prepareBatchFiles({first, last});
+            });
+            QCOMPARE(failure.toStdString(), "Batch preflight failed for " +
+                                                bad.filename().string() + ": " + message +
+                                                " No batch data sent.");
         }
     }
 };
