@@ -1,4 +1,5 @@
 #include "ChipWindowBench.h"
+#include "app/StartupOptions.h"
 
 using namespace pivex;
 using namespace pivex::testing;
@@ -53,12 +54,39 @@ struct Scene : ConnectedBench {
     }
 };
 
+/// The commands that the board received, repetitions counted once.
+std::vector<Command> commands(const BoardServer& board) {
+    std::vector<Command> seen;
+    std::ranges::transform(board.requests(), std::back_inserter(seen), &BoardRequest::command);
+    seen.erase(std::unique(seen.begin(), seen.end()), seen.end());
+    return seen;
+}
+
 } // namespace
 
 class ChipWindowToolsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+
+    void readsForOneWindowAfterTheOther() {
+        ChipWindowBench bench;
+        BoardServer board;
+        bench.window.show();
+        carryOut({.port = QString::fromStdString(board.path()),
+                  .fonts = true,
+                  .images = true,
+                  .settings = true},
+                 bench.window);
+        using enum Command;
+        const std::vector<Command> all{Identify,  ChipCount, FontSlotRead,
+                                       ImageName, Settings,  FontSlotRead};
+        QTRY_COMPARE_WITH_TIMEOUT(commands(board), all, 20'000);
+        QVERIFY(bench.idle());
+        // A port on the command line does not disturb a connection.
+        carryOut({.port = u"other"_s}, bench.window);
+        QVERIFY(bench.isEnabled("sendButton"));
+    }
 
     void readsWhatTheOpenWindowsShow() {
         Scene().play(R"(

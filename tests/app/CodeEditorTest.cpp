@@ -16,7 +16,7 @@ namespace {
 class WatchedEditor : public CodeEditor {
 public:
     mutable int mapped = 0;
-    QRect painted;
+    QRegion painted;
 
     explicit WatchedEditor(const QString& text = {}) {
         new Highlighter(document());
@@ -35,7 +35,7 @@ protected:
     }
 
     void paintEvent(QPaintEvent* event) override {
-        painted |= event->rect();
+        painted += event->region();
         CodeEditor::paintEvent(event);
     }
 };
@@ -137,13 +137,29 @@ private Q_SLOTS:
         press(Qt::Key_End);
         for (const Qt::Key key : {Qt::Key_A, Qt::Key_Backspace, Qt::Key_Z}) {
             QCOMPARE(press(key), 1);
-            QVERIFY(editor.painted.height() < 3 * editor.cursorRect().height());
+            QVERIFY(editor.painted.boundingRect().height() < 3 * editor.cursorRect().height());
         }
         for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Delete, Qt::Key_Slash}) {
             QCOMPARE(press(key), 1);
         }
         press(Qt::Key_Asterisk);
-        QCOMPARE(editor.painted, editor.viewport()->rect());
+        QCOMPARE(editor.painted, QRegion(editor.viewport()->rect()));
+    }
+
+    void aLineThatGoesIsPaintedOver() {
+        WatchedEditor editor(u"GOSTRT\nSETPIN 1 1\n\nENDTEST"_s);
+        QTest::keyClick(&editor, Qt::Key_Down);
+        QTest::keyClick(&editor, Qt::Key_End);
+        const QRect place = editor.cursorRect();
+        QTest::keyClick(&editor, Qt::Key_Up, Qt::ShiftModifier);
+        QCoreApplication::processEvents();
+        editor.painted = {};
+        QTest::keyClick(&editor, Qt::Key_Return);
+        QCoreApplication::processEvents();
+        QCOMPARE(editor.toPlainText(), u"GOSTRT\n\n\nENDTEST"_s);
+        QVERIFY(editor.painted.contains(place.center() - QPoint(20, 0)));
+        QTest::keyClick(&editor, Qt::Key_Up);
+        QCOMPARE(editor.textCursor().position(), 0);
     }
 
     void aLineIsAlwaysABlock() {
