@@ -97,7 +97,6 @@ inline constexpr Misbehaviour misbehaviours[] = {
     {"oversized", FaultKind::Oversized, "Oversized serial frame."},
     {"stale, then right", FaultKind::Stale},
     {"glued to noise", FaultKind::Glued},
-    {"followed by noise", FaultKind::Flood},
     {"busy as often as allowed", FaultKind::Busy},
     {"busy once too often", FaultKind::Busy, nullptr, &Rule::refused, 1},
     {"refused", FaultKind::Refuse, nullptr, &Rule::refused},

@@ -138,20 +138,25 @@ private:
         }
     }
 
-    /// Adds every misbehaviour, and absurd answers of the right `code`.
+    /// Adds every misbehaviour, and absurd answers of the right `code`. Noise without end takes the
+    /// time of all other boards, so each operation meets it once.
     void addFaults(const Place& place, Response code) {
         const auto armed = [](const Fault& fault) {
             return [fault](BoardServer& board) {
                 board.withModel([&](BoardModel& model) { model.addFault(fault); });
             };
         };
+        const auto anything = [](const Observation&) { return Expectation{.isOpen = true}; };
+        const Command command = place.request().command;
+        if (place.index == 0) {
+            add(place, u"followed by noise"_s, armed({command, 1, FaultKind::Flood}), anything);
+        }
         for (const Misbehaviour& how : misbehaviours) {
             if (const auto expected = expectationOf(place, how)) {
                 add(place, QString::fromUtf8(how.name), armed(expected->fault),
                     [expected](const Observation&) { return *expected; });
             }
         }
-        const Command command = place.request().command;
         Fault absurd{command, place.before(command) + 1, FaultKind::Replace, 1, code};
         for (const int pairs : {0, 1, 7, 19, 20, 64, 2000}) {
             // The metadata of a chip are only believed behind their mark.
@@ -159,8 +164,7 @@ private:
                 absurd.payload = fromHex(pair.repeated(pairs));
                 if (isSampled(17)) {
                     add(place, u"answered with %1 times "_s.arg(pairs) + QString::fromUtf8(pair),
-                        armed(absurd),
-                        [](const Observation&) { return Expectation{.isOpen = true}; });
+                        armed(absurd), anything);
                 }
             }
         }
