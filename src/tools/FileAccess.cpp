@@ -75,6 +75,10 @@ void writeFileAtomically(const QString& path, const std::string& bytes,
     if (!file.open(QIODevice::WriteOnly)) {
         fail(file);
     }
+    // The new file has the permissions of the old one, or none at all where those cannot be read.
+    if (!(file.permissions() & (QFileDevice::ReadOwner | QFileDevice::WriteOwner))) {
+        throw std::runtime_error("The permissions of the file cannot be read.");
+    }
     // A file that is left without a commit is thrown away.
     writeToDisk(file, bytes);
     if (!file.commit()) {

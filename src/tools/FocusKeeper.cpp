@@ -28,12 +28,10 @@ void FocusKeeper::hold(QWidget* control) {
 }
 
 void FocusKeeper::release(const QWidget* control) {
-    if (control != owner || !owner->isEnabled() || !owner->isVisibleTo(window)) {
-        return;
-    }
-    QWidget* const next = std::exchange(owner, nullptr);
-    if (window->focusWidget() == window) {
-        next->setFocus();
+    // While the menu bar has the focus for a moment, the owner waits.
+    if (control == owner && owner->isEnabled() && owner->isVisibleTo(window) &&
+        window->focusWidget() == window) {
+        std::exchange(owner, nullptr)->setFocus();
     }
 }
 

@@ -58,6 +58,9 @@ TextPane::TextPane(QWidget* parent) : QPlainTextEdit(parent) {
 
 void TextPane::replaceText(const QString& text) {
     shown = text;
+    // The toolkit gives the text the format at the cursor.
+    moveCursor(QTextCursor::Start);
+    setCurrentCharFormat({});
     setPlainText(text);
     hasLongLines = false;
     for (QTextBlock line = document()->begin(); line.isValid(); line = line.next()) {
@@ -90,16 +93,35 @@ void TextPane::paintEvent(QPaintEvent* event) {
     for (QTextBlock block = firstVisibleBlock();
          block.isValid() && place.y() <= event->rect().bottom(); block = block.next()) {
         const qreal height = blockBoundingRect(block).height(); // lays it out
-        paintPart(painter, block, place, event->rect());
+        if (block.length() < longLine) {
+            painter.setPen(palette().color(QPalette::Text));
+            block.layout()->draw(&painter, place, selectionsIn(block), event->rect());
+        } else {
+            paintPart(painter, block, place, event->rect());
+        }
         place.ry() += height;
     }
+}
+
+QList<QTextLayout::FormatRange> TextPane::selectionsIn(const QTextBlock& block) const {
+    QTextLayout::FormatRange selection;
+    selection.start = textCursor().selectionStart() - block.position();
+    selection.length = textCursor().selectionEnd() - textCursor().selectionStart();
+    if (selection.start >= block.length() || selection.start + selection.length <= 0) {
+        return {};
+    }
+    selection.format.setBackground(palette().highlight());
+    selection.format.setForeground(palette().highlightedText());
+    return {selection};
 }
 
 void TextPane::paintPart(QPainter& painter, const QTextBlock& block, QPointF place,
                          const QRect& part) const {
     const QTextLine line = block.layout()->lineAt(0);
-    const int first = std::max(line.xToCursor(part.left() - place.x()) - 1, 0);
-    const int last = std::min(line.xToCursor(part.right() - place.x()) + 1, line.textLength());
+    const auto [left, right] = std::minmax(
+        {line.xToCursor(part.left() - place.x()), line.xToCursor(part.right() - place.x())});
+    const int first = std::max(left - 1, 0);
+    const int last = std::min(right + 1, line.textLength());
     const int start = std::clamp(textCursor().selectionStart() - block.position(), first, last);
     const int end = std::clamp(textCursor().selectionEnd() - block.position(), first, last);
     const auto draw = [&](int from, int to, QPalette::ColorRole color) {
@@ -111,8 +133,8 @@ void TextPane::paintPart(QPainter& painter, const QTextBlock& block, QPointF pla
         }
     };
     if (start < end) {
-        const qreal left = line.cursorToX(start);
-        const QRectF selected(left, 0, line.cursorToX(end) - left, line.height());
+        const qreal x = line.cursorToX(start);
+        const QRectF selected(x, 0, line.cursorToX(end) - x, line.height());
         painter.fillRect(selected.translated(place).toAlignedRect(), palette().highlight());
     }
     draw(first, start, QPalette::Text);

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QList>
 #include <QPlainTextEdit>
 #include <QString>
+#include <QTextLayout>
 
 namespace pivex {
 
@@ -22,7 +24,10 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    /// Paints what `part` of the view shows of a line. The toolkit would paint all of it.
+    /// What of `block` is selected, if anything, and how that looks.
+    QList<QTextLayout::FormatRange> selectionsIn(const QTextBlock& block) const;
+
+    /// Paints what `part` of the view shows of a long line. The toolkit would paint all of it.
     void paintPart(QPainter& painter, const QTextBlock& block, QPointF place,
                    const QRect& part) const;
 

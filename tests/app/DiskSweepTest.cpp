@@ -110,6 +110,9 @@ public:
         const QList<SeenDialog> boxes = dialogs.seen;
         isSaved = !desk.isUnsaved();
         expect(content(path) == (isSaved ? desk.text : before), "spoils the file");
+        // Root would not notice.
+        constexpr auto owner = fs::perms::owner_read;
+        expect(!fs::exists(path) || (fs::status(path).permissions() & owner) == owner, "locks it");
         expect(boxes.size() == (isSaved ? 0 : 1) && boxes.value(0).text.isEmpty() == isSaved,
                "does not say why, once");
         // The system tells only once that it could not keep what was written.

@@ -48,14 +48,18 @@ public:
     }
 
     /// Whether the focus waits for the control `name` while the board is busy: the next control
-    /// would take the next press of the space bar.
+    /// would take the next press of the space bar. It does not come back to who has moved on.
     bool holdsFocus(const char* name) {
         QWidget& control = child(*root, name);
         control.setFocus();
         act(u"unready"_s);
         const bool isHeld = root->focusWidget() == root;
         act(u"ready"_s);
-        return isHeld && root->focusWidget() == &control;
+        const bool isBack = root->focusWidget() == &control;
+        act(u"unready"_s);
+        slotList()->setFocus();
+        act(u"ready"_s);
+        return isHeld && isBack && root->focusWidget() == slotList();
     }
 
     QListWidget* slotList() const { return root->findChild<QListWidget*>(u"slotList"_s); }
