@@ -34,8 +34,8 @@ void strike(QWidget& canvas, const QString& letters) {
 }
 
 /// Plays steps, divided by blanks: "L1,2" and "R" and "M" press that button of the mouse at a
-/// place, ">3,4" moves it and "^" releases it; "k" strikes the keys behind it, "=2" takes tool number 2
-/// and "F" loses the focus.
+/// place, ">3,4" moves it and "^" releases it; "k" strikes the keys behind it, "=2" takes tool
+/// number 2 and "F" loses the focus.
 void play(ImageCanvas& canvas, const QByteArray& script) {
     for (const QString& step : QString::fromLatin1(script).split(u' ')) {
         const QChar kind = step.front();
