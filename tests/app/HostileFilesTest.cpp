@@ -128,14 +128,15 @@ private Q_SLOTS:
             "Invalid pins in the chip file: <b>99");
         add("chip", "no UTF-8", chipFile(times(million, "x") + "\xFF"),
             "The chip file could not be read as UTF-8 text.");
+        const std::size_t most = scale(990'000);
         const std::string pixel = "1 0 0\n";
         add("image", "100 MB", times(fullSweep() ? 100'000'000 : 1'000'001, "x"),
             "Image file exceeds 1 MB.");
         add("image", "name",
-            "name=<b>" + times(million, "n") + "\nwidth=1\nheight=1\n[data]\n" + pixel);
-        add("image", "number", "width=<b>" + times(million, "9") + "\n[data]\n" + pixel,
+            "name=<b>" + times(most, "n") + "\nwidth=1\nheight=1\n[data]\n" + pixel);
+        add("image", "number", "width=<b>" + times(most, "9") + "\n[data]\n" + pixel,
             "Invalid image integer: <b>99");
-        add("image", "line", "width=1\n[data]\n" + times(million / 2, "1 "),
+        add("image", "line", "width=1\n[data]\n" + times(most / 2, "1 "),
             "Invalid image RLE line: 1 1");
         const std::string oneColumn = "\nwidth=1\nheight=1\nsize=1\n[data]\n";
         add("font", "100 MB", times(fullSweep() ? 100'000'000 : 4'000'001, "x"),
