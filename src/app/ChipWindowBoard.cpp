@@ -71,7 +71,7 @@ void ChipWindow::connectBoard(const QString& port) {
     busy = true;
     linked = true;
     connected = false;
-    stored.list->clear();
+    clearStoredChips(stored.list);
     link.status->setText(u"Connecting…"_s);
     connection.connect(port.toStdWString());
     deviceControls();
@@ -100,7 +100,7 @@ void ChipWindow::dropLink() {
     storing = false;
     linked = false;
     connected = false;
-    stored.list->clear();
+    clearStoredChips(stored.list);
     link.status->setText(u"Not Connected"_s);
 }
 
@@ -278,7 +278,6 @@ void ChipWindow::deleteAllChips() {
 
 void ChipWindow::deviceControls() {
     const bool idle = ready();
-    const bool selected = idle && stored.list->currentRow() >= 0;
     focus.enable(link.port, !linked);
     focus.enable(link.refresh, !linked);
     focus.enable(link.connect, linked || !link.port->currentText().isEmpty());
@@ -287,6 +286,7 @@ void ChipWindow::deviceControls() {
     stored.refreshEntry->setEnabled(idle);
     stored.deleteAllEntry->setEnabled(idle);
     focus.enable(stored.list, idle);
+    const bool selected = idle && stored.list->currentRow() >= 0;
     focus.enable(stored.load, selected);
     focus.enable(stored.remove, selected);
     focus.enable(uploads.send, idle);

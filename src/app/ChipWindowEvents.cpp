@@ -109,7 +109,7 @@ void ChipWindow::onStorageChanged(SerialEvent& event) {
 
 void ChipWindow::onChipListStarted(SerialEvent& event) {
     busy = true;
-    stored.list->clear();
+    clearStoredChips(stored.list);
     report(event);
 }
 

@@ -102,6 +102,19 @@ private Q_SLOTS:
         QCOMPARE(bench.window.document().pins, 16);
     }
 
+    void leavesTheChoiceToTheUser() {
+        ConnectedBench bench(boardWith({u"Counter"_s, u"RAM"_s}));
+        bench.verbs[u"down"_s] = [&](auto&) { QTest::keyClick(&bench.stored, Qt::Key_Down); };
+        bench.window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&bench.window));
+        bench.stored.setFocus();
+        bench.play(R"(
+            down => +LD
+            refreshEntry => talks; -LD
+            down => +LD
+        )");
+    }
+
     void deletesOnlyWhatWasAgreedOn() {
         ConnectedBench bench(boardWith({u"Counter\x01"_s, u"RAM"_s, u"ROM"_s}));
         bench.play(R"(
