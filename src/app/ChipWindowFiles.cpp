@@ -128,12 +128,12 @@ void ChipWindow::populate(const ChipDocument& source, const QString& path) {
 
 void ChipWindow::options(QComboBox* box, std::span<const MetadataOption> list, std::int32_t value) {
     box->clear();
-    if (std::ranges::find(list, value, &MetadataOption::value) == list.end()) {
-        box->addItem(u"Unlisted (%1)"_s.arg(value), value);
-    }
     for (const MetadataOption& option : list) {
         box->addItem(QString::fromUtf8(option.label.data(), std::ssize(option.label)),
                      option.value);
+    }
+    if (box->findData(value) < 0) {
+        box->addItem(u"Unlisted (%1)"_s.arg(value), value);
     }
     box->setCurrentIndex(box->findData(value));
 }
