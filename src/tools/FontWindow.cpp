@@ -45,7 +45,7 @@ void FontWindow::controls() {
     focus.enable(saveButton, isOpen);
     focus.enable(saveAsButton, isOpen);
     focus.enable(glyphList, isOpen);
-    focus.enable(refreshButton, ready() && hooks.refresh);
+    focus.enable(refreshButton, ready());
     focus.enable(saveBoardButton, isAllowed(BoardAction::Save));
     focus.enable(deleteButton, isAllowed(BoardAction::Delete));
 }

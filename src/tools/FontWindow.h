@@ -12,8 +12,9 @@ class QWidget;
 
 namespace pivex {
 
-/// What the Font Manager asks of the program that opens it. An empty callback keeps the action
-/// that it serves disabled. The callbacks only queue work; results come as messages.
+/// What the Font Manager asks of the program that opens it. Without `ready` every board action
+/// stays disabled; an action whose callback is empty does nothing. The callbacks only queue work;
+/// results come as messages.
 struct LinuxFontHooks {
     std::function<bool()> ready; ///< the board is connected and idle
     std::function<void()> refresh;

@@ -13,7 +13,7 @@ namespace pivex {
 bool FontWindow::isAllowed(BoardAction action) const {
     const bool hasSubject =
         action == BoardAction::Save ? open.font.has_value() : !slot().name.empty();
-    return ready() && hooks.write && slot().read && hasSubject;
+    return ready() && slot().read && hasSubject;
 }
 
 void FontWindow::refresh() {
@@ -23,7 +23,7 @@ void FontWindow::refresh() {
 }
 
 void FontWindow::writePCB(BoardAction action) {
-    if (!isAllowed(action)) {
+    if (!hooks.write || !isAllowed(action)) {
         return;
     }
     const bool isSaving = action == BoardAction::Save;

@@ -269,7 +269,7 @@ void SettingsWindow::makeRoom() {
 }
 
 bool SettingsWindow::isFree() const {
-    return connected() && hooks.ready && hooks.ready() && hooks.request && !pending;
+    return connected() && hooks.ready && hooks.ready() && !pending;
 }
 
 /// The slot of the font that the drop-down shows; -1 when it is empty.
@@ -367,7 +367,7 @@ void SettingsWindow::synchronize(Prefer preference) {
 }
 
 void SettingsWindow::request(Bytes bytes) {
-    if (!isFree()) {
+    if (!isFree() || !hooks.request) {
         render();
         return;
     }
