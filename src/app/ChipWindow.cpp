@@ -20,7 +20,6 @@
 
 #include <algorithm>
 #include <future>
-#include <limits>
 
 namespace pivex {
 
@@ -52,10 +51,7 @@ QListWidget* addList(QBoxLayout* parent, const QString& caption, const char* nam
 }
 
 QLineEdit* addLineEdit(QFormLayout* form, const QString& caption, const QString& name) {
-    auto* edit = new QLineEdit(form->parentWidget());
-    edit->setObjectName(name);
-    // The toolkit's own limit would cut a long text of a file without a word.
-    edit->setMaxLength(std::numeric_limits<int>::max());
+    auto* edit = makeLineEdit(name, form->parentWidget());
     form->addRow(caption, edit);
     return edit;
 }

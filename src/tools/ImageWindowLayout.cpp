@@ -167,8 +167,7 @@ QWidget* ImageWindow::makeEditorPane() {
 }
 
 QLayout* ImageWindow::makeNameRow() {
-    nameEdit = new QLineEdit(this);
-    nameEdit->setObjectName(u"imageNameEdit"_s);
+    nameEdit = makeLineEdit(u"imageNameEdit"_s, this);
     widthBox = makeSizeBox(u"widthBox"_s, maxImageWidth, this);
     heightBox = makeSizeBox(u"heightBox"_s, maxImageHeight, this);
     auto* row = new QHBoxLayout;

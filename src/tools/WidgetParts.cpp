@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPalette>
 #include <QPushButton>
 #include <QScreen>
@@ -10,6 +11,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <limits>
 
 namespace pivex {
 
@@ -46,6 +48,13 @@ QLabel* makeTextLabel(const QString& objectName, QWidget* parent) {
     label->setTextFormat(Qt::PlainText);
     label->setMinimumWidth(1);
     return label;
+}
+
+QLineEdit* makeLineEdit(const QString& objectName, QWidget* parent) {
+    auto* edit = new QLineEdit(parent);
+    edit->setObjectName(objectName);
+    edit->setMaxLength(std::numeric_limits<int>::max());
+    return edit;
 }
 
 QLabel* makeCaption(const QString& text, QWidget* widget, QWidget* parent) {

@@ -3,6 +3,7 @@
 #include <QString>
 
 class QLabel;
+class QLineEdit;
 class QPushButton;
 class QWidget;
 
@@ -13,6 +14,9 @@ QPushButton* makeButton(const QString& text, const QString& objectName, QWidget*
 
 /// A label for text from files and boards: never markup, and never what widens a window.
 QLabel* makeTextLabel(const QString& objectName, QWidget* parent);
+
+/// A field for text from files, of any length: the toolkit's own limit would cut it without a word.
+QLineEdit* makeLineEdit(const QString& objectName, QWidget* parent);
 
 /// Lets the content of `pane` scroll, in both directions, where a screen of this size cannot show
 /// its least size as a window: with large letters or on a small screen. `spare` is what the pane

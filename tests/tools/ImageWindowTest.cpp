@@ -9,7 +9,8 @@ namespace {
 
 /// A black image of the words' name and size; with a fourth word each pixel is a run of its own.
 ImageDocument imageOf(const QStringList& words) {
-    ImageDocument image = newImage(words[0].toStdString(), words[1].toInt(), words[2].toInt());
+    ImageDocument image = newImage("Image", words[1].toInt(), words[2].toInt());
+    image.name = words[0].toStdString();
     for (std::size_t at = 0; words.size() > 3 && at < image.pixels.size(); ++at) {
         image.pixels[at] = static_cast<std::uint16_t>(at);
     }
@@ -201,6 +202,13 @@ private Q_SLOTS:
             saveAsButton | /c => ? Save Image; c.txt Larger 160x1 1.1+1+1+1+1+1+1+1+1+; Image
                 Manager
         )");
+    }
+
+    void keepsLongNames() {
+        Scene scene;
+        scene.act(u"write a.txt %1 4 4"_s.arg(QString(40'000, u'x')));
+        scene.act(u"loadFileButton | /a.txt"_s);
+        QCOMPARE(child<QLineEdit>(*scene.root, "imageNameEdit").text().size(), 40'000);
     }
 
     void asksBeforeLosingChanges() {
