@@ -38,6 +38,9 @@ std::future<void> findFonts() {
 }
 
 void applyLook() {
+    // A desktop's own dialog asks about the name as it is typed; with the suffix that comes to it
+    // later it would replace another file without a question.
+    QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
     QApplication::setStyle(u"Fusion"_s);
     QPalette palette;
     for (const auto& [role, color] : roleColors) {
