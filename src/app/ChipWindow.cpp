@@ -45,6 +45,8 @@ QListWidget* addList(QBoxLayout* parent, const QString& caption, const char* nam
     list->setFixedHeight(listHeight);
     list->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     label->setBuddy(list);
+    markCurrentRow(list);
+    clearRows(list);
     parent->addWidget(label);
     parent->addWidget(list);
     return list;
@@ -59,6 +61,7 @@ QLineEdit* addLineEdit(QFormLayout* form, const QString& caption, const QString&
 QComboBox* addChoice(QFormLayout* form, const QString& caption, const char* name) {
     auto* box = new QComboBox(form->parentWidget());
     setName(box, name);
+    guardFromWheel(box);
     form->addRow(caption, box);
     return box;
 }
@@ -77,6 +80,7 @@ ChipWindow::ChipWindow(ConnectionTimings timings) : connection(timings) {
     watchWidgets();
     populate(newDocument(), {});
     offerPorts(ports.get());
+    fields.code->setFocus();
     pollTimer.setObjectName(u"pollTimer"_s);
     QObject::connect(&pollTimer, &QTimer::timeout, this, &ChipWindow::serialEvents);
     pollTimer.start(pollInterval);
@@ -126,6 +130,7 @@ void ChipWindow::addPortRow(QBoxLayout* pane) {
     link.port = new QComboBox(pane->parentWidget());
     setName(link.port, "portBox");
     link.port->setEditable(true);
+    guardFromWheel(link.port);
     // What is typed stays as it is typed: it is not listed on Return and never completed.
     link.port->setInsertPolicy(QComboBox::NoInsert);
     link.port->setCompleter(nullptr);

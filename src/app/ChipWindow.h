@@ -232,6 +232,7 @@ private:
     void pushToolState();
     void passStatus(const QString& text);
     void startPendingRead();
+    bool closeToolWindows();
 
     LinkControls link;
     DocumentFields fields;

@@ -3,6 +3,7 @@
 #include "device/BatchSave.h"
 #include "tools/DisplayText.h"
 #include "tools/MessageBoxes.h"
+#include "tools/WidgetParts.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -71,7 +72,7 @@ void ChipWindow::connectBoard(const QString& port) {
     busy = true;
     linked = true;
     connected = false;
-    clearStoredChips(stored.list);
+    clearRows(stored.list);
     link.status->setText(u"Connecting…"_s);
     connection.connect(port.toStdWString());
     deviceControls();
@@ -100,7 +101,7 @@ void ChipWindow::dropLink() {
     storing = false;
     linked = false;
     connected = false;
-    clearStoredChips(stored.list);
+    clearRows(stored.list);
     link.status->setText(u"Not Connected"_s);
 }
 

@@ -1,7 +1,9 @@
 #include "app/ChipWindow.h"
 #include "app/StoredChipItem.h"
 #include "tools/DisplayText.h"
+#include "tools/WidgetParts.h"
 
+#include <QApplication>
 #include <QLabel>
 #include <QListWidget>
 
@@ -74,7 +76,10 @@ void ChipWindow::onFailed(SerialEvent& event) {
 
 void ChipWindow::onChipLoaded(SerialEvent& event) {
     busy = false;
-    if (revision != readRevision) {
+    // A dialog of this window asks about what the editor shows, which must not change under it.
+    const QWidget* dialog = QApplication::activeModalWidget();
+    const bool isAsking = dialog != nullptr && dialog->parentWidget() == this;
+    if (revision != readRevision || isAsking) {
         report(u"Read finished, but the editor changed meanwhile. Your changes were kept; use Load "
                "Selected again."_s);
         return;
@@ -109,7 +114,7 @@ void ChipWindow::onStorageChanged(SerialEvent& event) {
 
 void ChipWindow::onChipListStarted(SerialEvent& event) {
     busy = true;
-    clearStoredChips(stored.list);
+    clearRows(stored.list);
     report(event);
 }
 

@@ -5,6 +5,7 @@
 #include "tools/DisplayText.h"
 #include "tools/FileAccess.h"
 #include "tools/MessageBoxes.h"
+#include "tools/WidgetParts.h"
 
 #include <QCloseEvent>
 #include <QComboBox>
@@ -187,7 +188,7 @@ void ChipWindow::removeCurrentFile() {
 }
 
 void ChipWindow::clearFiles() {
-    files->clear();
+    clearRows(files);
     deviceControls();
 }
 
@@ -310,11 +311,7 @@ void ChipWindow::error(const QString& message) {
 }
 
 void ChipWindow::closeEvent(QCloseEvent* event) {
-    const auto closes = [](const QPointer<QWidget>& window) {
-        return !window || window->isHidden() || window->close();
-    };
-    event->setAccepted(confirmStopUpload() && confirmDiscard() && closes(fontWindow) &&
-                       closes(imageWindow));
+    event->setAccepted(confirmStopUpload() && confirmDiscard() && closeToolWindows());
 }
 
 } // namespace pivex

@@ -3,6 +3,9 @@
 #include "tools/ImageWindow.h"
 #include "tools/SettingsWindow.h"
 
+#include <algorithm>
+#include <vector>
+
 namespace pivex {
 
 namespace {
@@ -25,7 +28,8 @@ bool raised(const QPointer<QWidget>& window) {
     if (opened(window) == nullptr) {
         return false;
     }
-    window->showNormal();
+    window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+    window->show();
     window->raise();
     window->activateWindow();
     return true;
@@ -146,6 +150,26 @@ void ChipWindow::requestSettings(Bytes payload) {
         startOperation({&settingsPending});
         connection.settingsRequest(std::move(payload));
     }
+}
+
+/// Closes the windows that hold documents; when one stays, all stay.
+bool ChipWindow::closeToolWindows() {
+    std::vector<QWidget*> closed;
+    for (QWidget* window : {opened(fontWindow), opened(imageWindow)}) {
+        if (window == nullptr) {
+            continue;
+        }
+        window->setAttribute(Qt::WA_DeleteOnClose, false); // it may have to come back
+        const bool closes = window->close();
+        window->setAttribute(Qt::WA_DeleteOnClose);
+        if (!closes) {
+            std::ranges::for_each(closed, &QWidget::show);
+            return false;
+        }
+        closed.push_back(window);
+    }
+    std::ranges::for_each(closed, &QObject::deleteLater);
+    return true;
 }
 
 void ChipWindow::clearFontState(const QString& message) {

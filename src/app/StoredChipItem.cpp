@@ -20,12 +20,6 @@ QListWidgetItem* makeStoredChipItem(const StoredChipItem& chip, QListWidget* lis
     return item;
 }
 
-void clearStoredChips(QListWidget* list) {
-    list->clear();
-    // Else the toolkit makes the first row current as soon as the list has the focus again.
-    list->setCurrentIndex({});
-}
-
 StoredChipItem chipOf(const QListWidgetItem& item) {
     return {.index = item.data(Qt::UserRole).toInt(), .name = item.data(nameRole).toString()};
 }

@@ -16,9 +16,6 @@ struct StoredChipItem {
 /// Makes the row for `chip`; the list takes it over.
 QListWidgetItem* makeStoredChipItem(const StoredChipItem& chip, QListWidget* list);
 
-/// Empties the stored-test list. Only the user gives it a current row, which Delete means.
-void clearStoredChips(QListWidget* list);
-
 /// What `item`, a row of the stored-test list, stands for.
 StoredChipItem chipOf(const QListWidgetItem& item);
 

@@ -137,7 +137,7 @@ void FontCanvas::onEdited(std::function<void()> callback) {
 
 void FontCanvas::showFont() {
     fitMinimumSize();
-    setFocusPolicy(role == Role::Editor && open.font ? Qt::TabFocus : Qt::NoFocus);
+    setFocusPolicy(role == Role::Editor && open.font ? Qt::StrongFocus : Qt::NoFocus);
     update();
 }
 

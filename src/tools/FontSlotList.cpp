@@ -1,6 +1,7 @@
 #include "tools/FontSlotList.h"
 
 #include "tools/DisplayText.h"
+#include "tools/WidgetParts.h"
 
 #include <algorithm>
 
@@ -30,6 +31,7 @@ FontSlotList::FontSlotList(QWidget* parent) : QListWidget(parent) {
         item->setSizeHint({140, std::max(48, twoLines)});
     }
     setCurrentRow(0);
+    markCurrentRow(this);
 }
 
 void FontSlotList::showSlots(const FontSlots& fontSlots) {

@@ -149,6 +149,7 @@ QWidget* FontWindow::makeGlyphPane() {
 void FontWindow::setUpGlyphList() {
     glyphList->setObjectName(u"glyphList"_s);
     glyphList->setModel(glyphModel);
+    markCurrentRow(glyphList);
     glyphList->setViewMode(QListView::IconMode);
     glyphList->setFlow(QListView::LeftToRight);
     glyphList->setWrapping(true);

@@ -1,11 +1,11 @@
 #include "tools/ImageWindowPrivate.h"
 #include "tools/MessageBoxes.h"
+#include "tools/SizeBox.h"
 
 #include <QColorDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QSpinBox>
 
 #include <algorithm>
 #include <stdexcept>

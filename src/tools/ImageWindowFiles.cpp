@@ -2,6 +2,7 @@
 #include "tools/FileAccess.h"
 #include "tools/ImageWindowPrivate.h"
 #include "tools/MessageBoxes.h"
+#include "tools/SizeBox.h"
 
 #include <QCloseEvent>
 #include <QDialog>
@@ -9,7 +10,6 @@
 #include <QFileDialog>
 #include <QFormLayout>
 #include <QLineEdit>
-#include <QSpinBox>
 
 #include <stdexcept>
 #include <utility>
@@ -60,8 +60,8 @@ public:
 
 private:
     QLineEdit* name = new QLineEdit(u"New Image"_s, this);
-    QSpinBox* width = makeSizeBox(u"newWidthBox"_s, maxImageWidth, this);
-    QSpinBox* height = makeSizeBox(u"newHeightBox"_s, maxImageHeight, this);
+    SizeBox* width = new SizeBox(u"newWidthBox"_s, maxImageWidth, this);
+    SizeBox* height = new SizeBox(u"newHeightBox"_s, maxImageHeight, this);
 };
 
 } // namespace
@@ -146,7 +146,13 @@ bool ImageWindow::discard() {
 }
 
 void ImageWindow::closeEvent(QCloseEvent* event) {
+    // Whoever closes the window gives the download up: it would replace what the question is about.
+    const bool wasAwaiting = std::exchange(awaitingDownload, false);
+    controls();
     event->setAccepted(discard());
+    if (wasAwaiting && !event->isAccepted()) {
+        statusLabel->setText(u"The image from the PCB was given up. Your changes were kept."_s);
+    }
 }
 
 } // namespace pivex

@@ -1,4 +1,5 @@
 #include "tools/ImageWindowPrivate.h"
+#include "tools/SizeBox.h"
 #include "tools/WidgetParts.h"
 
 #include <QButtonGroup>
@@ -9,7 +10,6 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QShortcut>
-#include <QSpinBox>
 #include <QSplitter>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -48,14 +48,6 @@ QVBoxLayout* fillPane(QWidget* pane, Qt::Edge handle) {
 }
 
 } // namespace
-
-QSpinBox* makeSizeBox(const QString& name, int largest, QWidget* parent) {
-    auto* box = new QSpinBox(parent);
-    box->setObjectName(name);
-    box->setRange(1, largest);
-    box->setValue(largest);
-    return box;
-}
 
 ImageWindow::ImageWindow(QWidget* parent, LinuxImageHooks callbacks)
     : QWidget(parent, Qt::Window), hooks(std::move(callbacks)) {
@@ -168,8 +160,8 @@ QWidget* ImageWindow::makeEditorPane() {
 
 QLayout* ImageWindow::makeNameRow() {
     nameEdit = makeLineEdit(u"imageNameEdit"_s, this);
-    widthBox = makeSizeBox(u"widthBox"_s, maxImageWidth, this);
-    heightBox = makeSizeBox(u"heightBox"_s, maxImageHeight, this);
+    widthBox = new SizeBox(u"widthBox"_s, maxImageWidth, this);
+    heightBox = new SizeBox(u"heightBox"_s, maxImageHeight, this);
     auto* row = new QHBoxLayout;
     row->addWidget(makeCaption(u"Image Name"_s, nameEdit, this));
     row->addWidget(nameEdit, 1);
@@ -198,6 +190,7 @@ QWidget* ImageWindow::makeSlotPane() {
         slotList->addItem(QString());
     }
     slotList->setCurrentRow(0);
+    markCurrentRow(slotList);
     refreshButton = makeButton(u"Refresh Images"_s, u"refreshButton"_s, this);
     layout->addWidget(makeCaption(u"Pivex Image Slots"_s, slotList, this));
     layout->addWidget(slotList, 1);

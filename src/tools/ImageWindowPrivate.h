@@ -17,12 +17,10 @@ class QLayout;
 class QLineEdit;
 class QListWidget;
 class QPushButton;
-class QSpinBox;
 
 namespace pivex {
 
-/// A box for a width or a height from 1 to `largest`, which it shows first.
-QSpinBox* makeSizeBox(const QString& name, int largest, QWidget* parent);
+class SizeBox;
 
 /// Shows a drawing colour (RGB565) on the button that changes it.
 void paintButton(QPushButton* button, std::uint16_t color);
@@ -121,8 +119,8 @@ private:
     QPushButton* zoomInButton = nullptr;
     QLabel* zoomLabel = nullptr;
     QLineEdit* nameEdit = nullptr;
-    QSpinBox* widthBox = nullptr;
-    QSpinBox* heightBox = nullptr;
+    SizeBox* widthBox = nullptr;
+    SizeBox* heightBox = nullptr;
     QListWidget* slotList = nullptr;
     QPushButton* refreshButton = nullptr;
     ImageCodeView* codeView = nullptr;

@@ -137,6 +137,7 @@ SettingsWindow::SettingsWindow(QWidget* parent, LinuxSettingsHooks callbacks,
     setStyleSheet(u"QGroupBox { border:1px solid #465158; border-radius:6px; margin-top:8px; } "
                   "QGroupBox::title { subcontrol-origin:margin; left:10px; padding:0 4px; } "
                   "QPushButton:checked { background:#23537d; }"_s);
+    guardFromWheel(fontBox);
     auto* heading = new QLabel(u"Pivex Settings"_s, this);
     heading->setStyleSheet(u"font-size:20px;font-weight:bold"_s);
 
@@ -155,7 +156,7 @@ SettingsWindow::SettingsWindow(QWidget* parent, LinuxSettingsHooks callbacks,
     layout->addLayout(makeBottomRow());
     orderTabs();
 
-    focus.hold(switches.front().box);
+    focus.hold(refreshButton); // where no key changes the board
     synchronize(Prefer::Selection);
     render();
     constexpr int roomForMessages = 60;

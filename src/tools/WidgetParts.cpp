@@ -1,8 +1,11 @@
 #include "tools/WidgetParts.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
+#include <QEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QPalette>
 #include <QPushButton>
 #include <QScreen>
@@ -30,6 +33,25 @@ QPalette fullPalette() {
     return palette;
 }
 
+class WheelGuard : public QObject {
+public:
+    explicit WheelGuard(QWidget* guarded) : QObject(guarded), box(guarded) {
+        box->setFocusPolicy(Qt::StrongFocus);
+        box->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+        const bool isPassing = event->type() == QEvent::Wheel && !box->hasFocus();
+        if (isPassing) {
+            event->ignore(); // what the box stands in takes it
+        }
+        return isPassing;
+    }
+
+private:
+    QWidget* box;
+};
+
 } // namespace
 
 QPushButton* makeButton(const QString& text, const QString& objectName, QWidget* parent) {
@@ -55,6 +77,27 @@ QLineEdit* makeLineEdit(const QString& objectName, QWidget* parent) {
     edit->setObjectName(objectName);
     edit->setMaxLength(std::numeric_limits<int>::max());
     return edit;
+}
+
+void guardFromWheel(QWidget* box) {
+    new WheelGuard(box);
+}
+
+void markCurrentRow(QAbstractItemView* view) {
+    QItemSelectionModel* model = view->selectionModel();
+    const auto mark = [model] {
+        if (!model->hasSelection()) {
+            model->select(model->currentIndex(), QItemSelectionModel::Select);
+        }
+    };
+    QObject::connect(model, &QItemSelectionModel::selectionChanged, view, mark);
+    QObject::connect(model, &QItemSelectionModel::currentChanged, view, mark);
+}
+
+void clearRows(QListWidget* list) {
+    list->clear();
+    // Else the toolkit makes the first row current as soon as the list has the focus again.
+    list->setCurrentIndex({});
 }
 
 QLabel* makeCaption(const QString& text, QWidget* widget, QWidget* parent) {

@@ -2,8 +2,10 @@
 
 #include <QString>
 
+class QAbstractItemView;
 class QLabel;
 class QLineEdit;
+class QListWidget;
 class QPushButton;
 class QWidget;
 
@@ -22,6 +24,17 @@ QLineEdit* makeLineEdit(const QString& objectName, QWidget* parent);
 /// its least size as a window: with large letters or on a small screen. `spare` is what the pane
 /// may still grow by, or what stands beside it. To be called when the pane is complete.
 void fitToScreen(QWidget* pane, int spare = 0);
+
+/// Lets the wheel turn `box` only while it has the focus: whoever scrolls a window shall not change
+/// what happens to pass below the pointer.
+void guardFromWheel(QWidget* box);
+
+/// Keeps the current row of `view`, which has its model, marked: a click with Ctrl takes the mark
+/// away, and the buttons would act on a row that nobody sees.
+void markCurrentRow(QAbstractItemView* view);
+
+/// Empties `list` and leaves it without a current row until the user chooses one.
+void clearRows(QListWidget* list);
 
 /// A visible caption that names `widget` for assistive technology too.
 QLabel* makeCaption(const QString& text, QWidget* widget, QWidget* parent);

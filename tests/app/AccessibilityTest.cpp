@@ -104,9 +104,9 @@ QString tabFaults(QWidget& window) {
     QWidget* now = nullptr;
     int returns = 0;
     for (qsizetype tabs = missing.size(); tabs >= 0; --tabs) {
-        const bool isTyped = now != nullptr && now->inherits("pivex::CodeEditor");
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab,
-                        isTyped ? Qt::ControlModifier : Qt::NoModifier);
+        QWidget* const focused = QApplication::focusWidget();
+        const bool isTyped = focused->inherits("pivex::CodeEditor");
+        QTest::keyClick(focused, Qt::Key_Tab, isTyped ? Qt::ControlModifier : Qt::NoModifier);
         QWidget* const last = std::exchange(now, QApplication::focusWidget());
         missing.removeOne(now);
         if (!showsFocus(*now)) {

@@ -11,6 +11,7 @@ private Q_SLOTS:
     void keepsWhatIsTypedAsPort() {
         ChipWindowBench bench;
         const QString typed = u"/dev/Pts/None"_s;
+        QCOMPARE(bench.window.focusWidget(), &bench.code);
         bench.window.show();
         bench.port.lineEdit()->clear();
         QVERIFY(!bench.isEnabled("connectButton"));
@@ -98,6 +99,10 @@ private Q_SLOTS:
                 editor changed meanwhile. Your changes were kept; use Load Selected again.; +RASLDl
             loadSelectedButton | Discard => talks; ? Unsaved chip [Save]; RAM: GOSTRT ENDTEST; Chip
                 loaded from PCB. Save As to keep a local copy. Not run.
+            start loadSelectedButton | Discard => ? Unsaved chip [Save]; -RASLDl
+            newFileButton | Cancel after wait => talks; ? Unsaved chip [Save]; Read finished, but
+                the editor changed meanwhile. Your changes were kept; use Load Selected again.;
+                +RASLDl
         )");
         QCOMPARE(bench.window.document().pins, 16);
     }

@@ -64,6 +64,13 @@ private Q_SLOTS:
         )");
     }
 
+    void saysThatANameIsTooLong() {
+        ChipWindowBench bench;
+        bench.window.populate(chip(u"A"_s), bench.folder.filePath(QString(249, u'a')));
+        bench.act(u"saveFileButton | OK"_s);
+        QCOMPARE(bench.dialogs.seen.last().text, u"File name too long"_s);
+    }
+
     void asksBeforeItDiscards() {
         ChipWindowBench bench;
         bench.window.show();

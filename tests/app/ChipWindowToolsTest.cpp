@@ -136,8 +136,8 @@ private Q_SLOTS:
             images => talks; Image slots refreshed.; images Image slots refreshed. 001 Logo
             press editCanvas newButton | Return => ? New Image
             close | Cancel => stays; ? Unsaved image: Save image changes before continuing?
-                [Cancel]; no fonts
-            close | Discard => closes; ? Unsaved image [Cancel]; no images
+                [Cancel]
+            close | Discard => closes; ? Unsaved image [Cancel]; no fonts; no images
         )");
     }
 };

@@ -123,6 +123,10 @@ private Q_SLOTS:
             loaded Late 4 4 =>
             loadBoardButton | Discard => loads 3; ? Unsaved image: Save image changes before
                 continuing? [Cancel]; Loading image from PCB…; -cnwhaNFRLS
+            closeButton | Cancel after loaded Late 4 4 => ? Unsaved image [Cancel]; The image from
+                the PCB was given up. Your changes were kept.; +cnwhaNFRLS
+            loadBoardButton | Discard => loads 3; ? Unsaved image [Cancel]; Loading image from PCB…;
+                -cnwhaNFRLS
             fails Failed. => Failed.; +cnwhaNFRLS
             loadBoardButton | Cancel => ? Unsaved image [Cancel]
             loadBoardButton | Discard after busy => ? Unsaved image [Cancel]

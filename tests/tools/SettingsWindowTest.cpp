@@ -167,6 +167,7 @@ private Q_SLOTS:
              {"logoBox", "auxBox", "fastButton", "setFontButton", "refreshButton"}) {
             Scene scene;
             scene.act(u"board 00001"_s);
+            QCOMPARE(scene.root->focusWidget(), &child(*scene.root, "refreshButton"));
             scene.fonts->setCurrentIndex(1);
             auto& control = child(*scene.root, name);
             control.setFocus();
