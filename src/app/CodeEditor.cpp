@@ -1,13 +1,17 @@
 #include "app/CodeEditor.h"
 
+#include <QCoreApplication>
 #include <QGlyphRun>
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QPainter>
 #include <QPlainTextDocumentLayout>
 #include <QRawFont>
+#include <QScrollBar>
 #include <QTextBlock>
 #include <QTextLayout>
+#include <QUrl>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <utility>
@@ -128,6 +132,10 @@ QSize LineNumberArea::sizeHint() const {
 
 void LineNumberArea::paintEvent(QPaintEvent* event) {
     editor->paintNumbers(event);
+}
+
+void LineNumberArea::wheelEvent(QWheelEvent* event) {
+    QCoreApplication::sendEvent(editor->verticalScrollBar(), event);
 }
 
 CodeEditor::CodeEditor(QWidget* parent) : QPlainTextEdit(parent), gutter(new LineNumberArea(this)) {
@@ -264,7 +272,16 @@ void CodeEditor::keyPressEvent(QKeyEvent* event) {
     }
 }
 
+bool CodeEditor::canInsertFromMimeData(const QMimeData* source) const {
+    // Of a file only the name would come, as an address.
+    return std::ranges::none_of(source->urls(), &QUrl::isLocalFile) &&
+           QPlainTextEdit::canInsertFromMimeData(source);
+}
+
 void CodeEditor::insertFromMimeData(const QMimeData* source) {
+    if (!canInsertFromMimeData(source)) {
+        return;
+    }
     QMimeData plain;
     plain.setText(source->text().replace(QChar::LineSeparator, u'\n'));
     QPlainTextEdit::insertFromMimeData(&plain);

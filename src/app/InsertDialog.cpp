@@ -104,7 +104,13 @@ InsertDialog::InsertDialog(const OpcodeTool& tool, int pinCount, QWidget* parent
         form->addRow(fitted(new PinSelector(tool, pinCount, fields, this), this));
     }
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
-    buttons->button(QDialogButtonBox::Ok)->setDefault(true);
+    QPushButton* accepting = buttons->button(QDialogButtonBox::Ok);
+    accepting->setDefault(true);
+    if (fields.empty()) {
+        accepting->setFocus(); // on some desktops Cancel stands first
+    } else {
+        fields.front()->selectAll(); // what is typed replaces the default
+    }
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     form->addRow(buttons);

@@ -4,6 +4,7 @@
 #include "tools/MessageBoxes.h"
 
 #include <QGridLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -33,10 +34,25 @@ constexpr QStringView markedStyle =
     u"background:#1d9954;border:1px solid #49da81;border-radius:4px;color:white;font-weight:700;"
     "min-width:52px;min-height:24px";
 
+/// A button that gives Return to the dialog, where it means OK wherever the focus is; on some
+/// desktops it would press the button, or be lost in the box around.
+class PinButton : public QPushButton {
+public:
+    using QPushButton::QPushButton;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override {
+        if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+            QCoreApplication::sendEvent(window(), event);
+        } else {
+            QPushButton::keyPressEvent(event);
+        }
+    }
+};
+
 QPushButton* makePin(int pin, QWidget* parent) {
-    auto* button = new QPushButton(QString::number(pin), parent);
+    auto* button = new PinButton(QString::number(pin), parent);
     button->setAccessibleName(u"Pin %1"_s.arg(pin));
-    // Return in the dialog means OK, wherever the focus is.
     button->setAutoDefault(false);
     return button;
 }

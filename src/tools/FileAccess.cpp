@@ -5,6 +5,7 @@
 #include <QSaveFile>
 
 #include <cerrno>
+#include <climits>
 #include <stdexcept>
 #include <system_error>
 
@@ -30,6 +31,14 @@ void refuseSpecialFile(const QString& path) {
     const QFileInfo info(path);
     if (info.exists() && !info.isFile() && !info.isDir()) {
         throw std::runtime_error("This is a pipe or a device, not a file.");
+    }
+}
+
+/// The new file has a longer name at first; the toolkit cannot say why that fails.
+void refuseLongName(const QString& path) {
+    constexpr qsizetype longest = NAME_MAX - 7; // ".XXXXXX"
+    if (QFile::encodeName(QFileInfo(path).fileName()).size() > longest) {
+        throw std::runtime_error(std::generic_category().message(ENAMETOOLONG));
     }
 }
 
@@ -71,6 +80,7 @@ void writeFileAtomically(const QString& path, const std::string& bytes,
                          const std::optional<FileLimit>& limit) {
     refuseAbove(limit, static_cast<qint64>(bytes.size()));
     refuseSpecialFile(path);
+    refuseLongName(path);
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
         fail(file);

@@ -170,6 +170,10 @@ private Q_SLOTS:
         QTest::keyClick(&editor, Qt::Key_Tab);
         QApplication::clipboard()->setText(u"b\u2028c\r\nd"_s);
         editor.paste();
+        auto* file = new QMimeData;
+        file->setUrls({QUrl::fromLocalFile(u"/a.chip"_s)});
+        QApplication::clipboard()->setMimeData(file);
+        editor.paste();
         QCOMPARE(editor.toPlainText(), u"a\n\n\tb\nc\nd"_s);
         QCOMPARE(editor.blockCount(), 5);
         QPushButton other(&editor);

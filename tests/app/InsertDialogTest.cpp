@@ -165,6 +165,8 @@ private Q_SLOTS:
                 QCOMPARE(drawn[pin - 1]->x() < opposite->x(), pin <= buttons / 2);
             }
             if (pins == 14) {
+                QTest::keyClicks(dialog.findChild<QLineEdit*>(), u"7"_s);
+                QCOMPARE(dialog.texts().front(), "7");
                 QTest::keyClick(drawn[3], Qt::Key_Space);
                 QTest::keyClick(drawn[3], Qt::Key_Return);
                 QCOMPARE(dialog.texts().front(), "4");
