@@ -3,6 +3,7 @@
 #include "app/PinDiagram.h"
 #include "tools/MessageBoxes.h"
 
+#include <QCoreApplication>
 #include <QGridLayout>
 #include <QKeyEvent>
 #include <QLabel>
