@@ -76,10 +76,8 @@ void ChipWindow::onFailed(SerialEvent& event) {
 
 void ChipWindow::onChipLoaded(SerialEvent& event) {
     busy = false;
-    // A dialog of this window asks about what the editor shows, which must not change under it.
-    const QWidget* dialog = QApplication::activeModalWidget();
-    const bool isAsking = dialog != nullptr && dialog->parentWidget() == this;
-    if (revision != readRevision || isAsking) {
+    // What an open dialog is about must not change under it.
+    if (revision != readRevision || QApplication::activeModalWidget() != nullptr) {
         report(u"Read finished, but the editor changed meanwhile. Your changes were kept; use Load "
                "Selected again."_s);
         return;

@@ -3,7 +3,8 @@
 #include "tools/ImageWindow.h"
 #include "tools/SettingsWindow.h"
 
-#include <algorithm>
+#include <QCloseEvent>
+
 #include <vector>
 
 namespace pivex {
@@ -152,23 +153,21 @@ void ChipWindow::requestSettings(Bytes payload) {
     }
 }
 
-/// Closes the windows that hold documents; when one stays, all stay.
+/// Closes the windows that hold documents, once all agree.
 bool ChipWindow::closeToolWindows() {
-    std::vector<QWidget*> closed;
-    for (QWidget* window : {opened(fontWindow), opened(imageWindow)}) {
-        if (window == nullptr) {
-            continue;
-        }
-        window->setAttribute(Qt::WA_DeleteOnClose, false); // it may have to come back
-        const bool closes = window->close();
-        window->setAttribute(Qt::WA_DeleteOnClose);
-        if (!closes) {
-            std::ranges::for_each(closed, &QWidget::show);
+    std::vector<QWidget*> windows{opened(fontWindow), opened(imageWindow)};
+    std::erase(windows, nullptr);
+    for (QWidget* window : windows) {
+        QCloseEvent question;
+        QCoreApplication::sendEvent(window, &question);
+        if (!question.isAccepted()) {
             return false;
         }
-        closed.push_back(window);
     }
-    std::ranges::for_each(closed, &QObject::deleteLater);
+    for (QWidget* window : windows) {
+        window->hide();
+        window->deleteLater();
+    }
     return true;
 }
 

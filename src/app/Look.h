@@ -9,8 +9,9 @@ namespace pivex {
 /// wait for it before the first window is.
 [[nodiscard]] std::future<void> findFonts();
 
-/// Gives the whole application its one dark look: widget style, palette and style sheet. Call it
-/// once, after the application object exists and before the first window.
+/// Gives the whole application its one dark look: widget style, palette and style sheet, and the
+/// toolkit's dialogs instead of the desktop's. Call it once, after the application object exists
+/// and before the first window.
 void applyLook();
 
 } // namespace pivex

@@ -215,7 +215,7 @@ void ImageWindow::undo() {
     if (!isEditable()) {
         return;
     }
-    canvas->finish();
+    resizeImage(); // a size that is typed but not yet taken is what goes first
     if (drawing->history.empty()) {
         return;
     }

@@ -148,12 +148,11 @@ bool ImageWindow::discard() {
 
 void ImageWindow::closeEvent(QCloseEvent* event) {
     // Whoever closes the window gives the download up: it would replace what the question is about.
-    const bool wasAwaiting = std::exchange(awaitingDownload, false);
-    controls();
-    event->setAccepted(discard());
-    if (wasAwaiting && !event->isAccepted()) {
-        statusLabel->setText(u"The image from the PCB was given up. Your changes were kept."_s);
+    if (std::exchange(awaitingDownload, false)) {
+        statusLabel->setText(u"The image from the PCB was given up."_s);
+        controls();
     }
+    event->setAccepted(discard());
 }
 
 } // namespace pivex

@@ -1,6 +1,7 @@
 #include "tools/NewFontDialog.h"
 
 #include "tools/MessageBoxes.h"
+#include "tools/WidgetParts.h"
 
 #include <QDialog>
 #include <QDialogButtonBox>
@@ -65,6 +66,7 @@ QSpinBox* NewFontDialog::addRow(const Dimension& dimension) {
     box->setObjectName(QString::fromLatin1(dimension.objectName));
     box->setRange(1, dimension.largest);
     box->setValue(dimension.initial);
+    guardFromWheel(box);
     form->addRow(QString::fromLatin1(dimension.label), box);
     return box;
 }

@@ -4,6 +4,9 @@
 
 #include <QFocusEvent>
 #include <QKeyEvent>
+#include <QSignalBlocker>
+
+#include <optional>
 
 namespace pivex {
 
@@ -25,12 +28,12 @@ bool SizeBox::event(QEvent* event) {
 }
 
 void SizeBox::focusOutEvent(QFocusEvent* event) {
-    // From another window and from a menu the user comes back to what is half typed.
+    // From another window and from a menu the user comes back to go on typing.
     const bool comesBack =
         event->reason() == Qt::ActiveWindowFocusReason || event->reason() == Qt::PopupFocusReason;
-    QSignalBlocker silence(this);
-    if (!comesBack) {
-        silence.unblock();
+    std::optional<QSignalBlocker> silence;
+    if (comesBack) {
+        silence.emplace(this);
     }
     QSpinBox::focusOutEvent(event);
 }

@@ -8,10 +8,14 @@ class ChipWindowBoardTest : public QObject {
 
 private Q_SLOTS:
 
+    void startsInTheEditor() {
+        const ChipWindowBench bench;
+        QCOMPARE(bench.window.focusWidget(), &bench.code);
+    }
+
     void keepsWhatIsTypedAsPort() {
         ChipWindowBench bench;
         const QString typed = u"/dev/Pts/None"_s;
-        QCOMPARE(bench.window.focusWidget(), &bench.code);
         bench.window.show();
         bench.port.lineEdit()->clear();
         QVERIFY(!bench.isEnabled("connectButton"));

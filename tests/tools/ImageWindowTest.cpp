@@ -124,7 +124,7 @@ private Q_SLOTS:
             loadBoardButton | Discard => loads 3; ? Unsaved image: Save image changes before
                 continuing? [Cancel]; Loading image from PCB…; -cnwhaNFRLS
             closeButton | Cancel after loaded Late 4 4 => ? Unsaved image [Cancel]; The image from
-                the PCB was given up. Your changes were kept.; +cnwhaNFRLS
+                the PCB was given up.; +cnwhaNFRLS
             loadBoardButton | Discard => loads 3; ? Unsaved image [Cancel]; Loading image from PCB…;
                 -cnwhaNFRLS
             fails Failed. => Failed.; +cnwhaNFRLS
@@ -161,6 +161,8 @@ private Q_SLOTS:
             loadFileButton | /a.txt => ? Load Image; Logo 8x4 32.; Logo; 8; 4; 3 / 4096 bytes;
                 +cnwhaS
             draw 1 2 => Image Manager *; Logo 8x4 17.1#14.; 9 / 4096 bytes; +U
+            type widthBox 3 => 3
+            key Ctrl+Z => 8
             type widthBox 2\r => Logo 2x4 5.1#2.; 2
             type imageNameEdit Logo3 => Logo3 2x4 5.1#2.; Logo3
             undoButton => Logo3 8x4 17.1#14.; 8
