@@ -11,9 +11,9 @@ class QWidget;
 
 namespace pivex {
 
-/// What the Settings window asks of the program that opens it. Without `connected` and `ready` every
-/// request stays disabled; without `request` it does nothing. The callbacks only queue work; results
-/// come through the entry points.
+/// What the Settings window asks of the program that opens it. Without `connected` and `ready`
+/// every request stays disabled; without `request` it does nothing. The callbacks only queue work;
+/// results come through the entry points.
 struct LinuxSettingsHooks {
     std::function<bool()> connected;
     std::function<bool()> ready; ///< the board is connected and idle
