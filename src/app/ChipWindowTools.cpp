@@ -4,6 +4,7 @@
 #include "tools/SettingsWindow.h"
 
 #include <QCloseEvent>
+#include <QCoreApplication>
 
 #include <vector>
 
