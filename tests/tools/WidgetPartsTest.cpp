@@ -107,7 +107,7 @@ private Q_SLOTS:
         QTest::keyClick(&box, Qt::Key_Return);
         QCOMPARE(finished.size(), 1);
         QCOMPARE(box.value(), 128);
-        QTest::keySequence(&scene.window, QKeySequence::Undo);
+        QTest::keySequence(&box, QKeySequence::Undo);
         QCOMPARE(undone.size(), 1);
         scene.other->setFocus();
         QCOMPARE(finished.size(), 2);
